@@ -1,0 +1,46 @@
+# Convenience wrapper around CMake. `make run` builds and runs the tool on the bundled
+# example; `make test` runs every suite, the installed-package consumer and the
+# sanitizer build.
+BUILD      ?= build
+ASAN_BUILD ?= build-asan
+JOBS       ?= 2
+STAGE      := $(CURDIR)/$(BUILD)/stage
+EXAMPLE    ?= data/examples/n2_77k_silica.csv
+
+.PHONY: all deps build run test test-unit test-consumer test-sanitize bench clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+build: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
+	cmake --build $(BUILD) -j$(JOBS)
+
+run: build
+	$(BUILD)/tools/fiofla/fiofla bet $(EXAMPLE)
+
+test: test-unit test-consumer test-sanitize
+
+test-unit: build
+	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
+
+# Installs into a staging prefix and builds tests/consumer against it with find_package.
+test-consumer: build
+	cmake --install $(BUILD) --prefix $(STAGE)
+	ctest --build-and-test tests/consumer $(BUILD)/consumer \
+	  --build-generator "Unix Makefiles" \
+	  --build-options -DCMAKE_PREFIX_PATH=$(STAGE) \
+	  --test-command ctest --output-on-failure
+
+test-sanitize: deps
+	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DFIOFLA_SANITIZE=ON -DFIOFLA_BUILD_BENCH=OFF
+	cmake --build $(ASAN_BUILD) -j$(JOBS)
+	cd $(ASAN_BUILD) && ctest --output-on-failure -j$(JOBS)
+
+bench: build
+	$(BUILD)/bench/bet_bench
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD)

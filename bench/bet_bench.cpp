@@ -1,0 +1,99 @@
+// Speed and allocation count of the BET calculation and of the tool's bet command.
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <sstream>
+
+#include "fiofla/calc_bet.h"
+#ifdef FIOFLA_BENCH_TOOL
+#include "cli.h"
+#endif
+
+// Counts every allocation of the process so a benchmark can report allocations per run.
+static std::atomic<long> g_allocations{0};
+
+void* operator new(std::size_t size) {
+  g_allocations.fetch_add(1, std::memory_order_relaxed);
+  if (void* p = std::malloc(size ? size : 1)) return p;
+  throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+  std::free(p);
+}
+
+namespace {
+
+// A 40-point adsorption isotherm from the BET model with a little deterministic ripple.
+CCalcBET::SInput FortyPointInput() {
+  CCalcBET::SInput in;
+  const int n = 40;
+  in.relativePressure.SetDim(n);
+  in.quantityAdsorbed.SetDim(n);
+  in.pointFlags.SetDim(n);
+  const double c = 110.0, qm = 85.0;
+  for (int i = 0; i < n; ++i) {
+    const double x = 0.01 + 0.97 * i / (n - 1);
+    const double q = c * qm * x / ((1 - x) * (1 + (c - 1) * x));
+    in.relativePressure[i] = x;
+    in.quantityAdsorbed[i] = q * (1.0 + 1e-3 * ((i * 7919) % 13 - 6) / 6.0);
+    short flags = CCalcBET::POINT_INCLUDED;
+    if (x >= 0.05 && x <= 0.30) flags |= CCalcBET::POINT_IN_RANGE;
+    in.pointFlags[i] = flags;
+  }
+  in.crossSectionalArea = 0.162;
+  return in;
+}
+
+void BM_CalcBET_40Points(benchmark::State& state) {
+  const CCalcBET::SInput input = FortyPointInput();
+  const long before = g_allocations.load();
+  for (auto _ : state) {
+    CCalcBET bet(input);
+    benchmark::DoNotOptimize(bet.surfaceArea);
+  }
+  state.counters["allocs_per_calc"] =
+      benchmark::Counter(double(g_allocations.load() - before) / double(state.iterations()));
+}
+BENCHMARK(BM_CalcBET_40Points);
+
+#ifdef FIOFLA_BENCH_TOOL
+void BM_ToolBetCommand(benchmark::State& state) {
+  const std::string file = std::string(FIOFLA_DATA_DIR) + "/examples/n2_77k_silica.csv";
+  for (auto _ : state) {
+    std::ostringstream out, err;
+    const int code = fiofla::cli::Run({"bet", file}, out, err);
+    if (code != 0) state.SkipWithError("fiofla bet failed");
+    benchmark::DoNotOptimize(out.str().size());
+  }
+}
+BENCHMARK(BM_ToolBetCommand);
+
+void BM_ToolBetCommandJson(benchmark::State& state) {
+  const std::string file = std::string(FIOFLA_DATA_DIR) + "/examples/n2_77k_silica.csv";
+  for (auto _ : state) {
+    std::ostringstream out, err;
+    const int code = fiofla::cli::Run({"bet", file, "--json"}, out, err);
+    if (code != 0) state.SkipWithError("fiofla bet --json failed");
+    benchmark::DoNotOptimize(out.str().size());
+  }
+}
+BENCHMARK(BM_ToolBetCommandJson);
+#endif
+
+}  // namespace
+
+BENCHMARK_MAIN();
