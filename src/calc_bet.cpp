@@ -107,11 +107,11 @@ bool CCalcBET::TransformCheck(const CNumVector<double>& relativePressure,
 }
 
 bool CCalcBET::DoLineFit() {
-  // Recomputed rather than taken from fitTransform so that a caller who edits
-  // the range points and calls DoLineFit again gets a consistent fit.
-  CNumVector<double> transform;
-  Transform(fitRelativePressure, fitQuantity, transform);
-  CNumLineFit fit(fitRelativePressure.size(), fitRelativePressure.data(), transform.data(),
+  // The transform is recomputed from the range points, so a caller who edits them and
+  // calls DoLineFit again gets a consistent fit; it goes into fitTransform, whose storage
+  // already has the right size, instead of a temporary that would cost an allocation.
+  Transform(fitRelativePressure, fitQuantity, fitTransform);
+  CNumLineFit fit(fitRelativePressure.size(), fitRelativePressure.data(), fitTransform.data(),
                   CNumLineFit::eOrdinaryLeastSquares);
   fit.CalculateVariance();
 

@@ -64,7 +64,8 @@ class CCalcBET {
   static bool TransformCheck(const CNumVector<double>& relativePressure,
                              const CNumVector<double>& quantity, CNumVector<double>& out);
 
-  /// Fits the BET line through the range points and derives area, C and Qm;
+  /// Recomputes fitTransform from the range points, fits the BET line through them and
+  /// derives area, C and Qm;
   /// false (status 17) when the intercept is exactly 0.
   bool DoLineFit();
   /// Fills calculatedIsotherm with the BET model at every input relative pressure. Returns true.

@@ -52,7 +52,7 @@ void CNumInterpolate::Load(CNumVector<double> const& x, CNumVector<double> const
   if (forceSort) {
     std::stable_sort(points.begin(), points.end(), byX);
   } else if (!std::is_sorted(points.begin(), points.end(), byX)) {
-    // adjacent_find finds the first pair that is not strictly descending.
+    // Desorption branches arrive strictly descending; reversing them keeps loading O(n).
     const auto notDescending = [](const auto& a, const auto& b) { return a.first <= b.first; };
     if (std::adjacent_find(points.begin(), points.end(), notDescending) == points.end())
       std::reverse(points.begin(), points.end());

@@ -37,7 +37,7 @@
 class CNumInterpolate {
  public:
   /// Interpolation method; a value outside the enumerators behaves as eLinear.
-  enum EType {
+  enum EType : int {
     /// Piecewise linear.
     eLinear = 0,
     /// Monotone piecewise cubic Hermite (Fritsch-Carlson / Fritsch-Butland).

@@ -5,8 +5,10 @@
 // over the deviations, the two-pass scheme recommended by Chan, Golub &
 // LeVeque (1983); it keeps the fit accurate when x or y carries a large offset,
 // where the textbook one-pass sums lose every significant digit.
-// Cost: O(n) time per fit and O(n) memory for the points; AddPoint refits over
-// all points so far, so n calls to it cost O(n^2) in total.
+// Cost: O(n) time per fit. The array constructor fits the caller's arrays in
+// place (no copy); AddPoint stores the points and the fit runs once, when a
+// result is first asked for after the last AddPoint. A fit made from arrays is
+// complete: AddPoint on it makes it invalid, since the arrays were not kept.
 // Guarantees: points on a line give that line back to rounding; the residual
 // variance is summed from the residuals themselves and is never negative;
 // |Correlation()| <= 1.
@@ -22,13 +24,15 @@
 //   strictly undefined there) and both variances 0 (NaN for two points).
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 /// Ordinary least-squares fit of y on x.
 class CNumLineFit {
  public:
-  /// Kind of fit; ordinary least squares is the only one, any other value gives an invalid fit.
-  enum ELineType { eOrdinaryLeastSquares = 0 };
+  /// Kind of fit; ordinary least squares is the only one, any other int value gives an invalid
+  /// fit (the int base makes such values well-defined).
+  enum ELineType : int { eOrdinaryLeastSquares = 0 };
 
   /// Fits the n points (x[i], y[i]) at once; null arrays count as no points.
   CNumLineFit(unsigned long n, double const* x, double const* y,
@@ -43,30 +47,37 @@ class CNumLineFit {
   void CalculateVariance();
 
   /// Slope b of the fitted line, y units per x unit.
-  double Slope() const { return m_slope; }
+  double Slope() const { return Refresh(), m_slope; }
   /// Intercept a of the fitted line at x = 0, y units.
-  double YIntercept() const { return m_intercept; }
+  double YIntercept() const { return Refresh(), m_intercept; }
   /// Estimated variance of the slope, s^2 / Sxx.
-  double VarSlope() const { return m_varSlope; }
+  double VarSlope() const { return Refresh(), m_varSlope; }
   /// Estimated variance of the intercept, s^2 (1/n + mean(x)^2 / Sxx).
-  double VarYIntercept() const { return m_varIntercept; }
+  double VarYIntercept() const { return Refresh(), m_varIntercept; }
   /// Pearson correlation coefficient r = Sxy / sqrt(Sxx Syy), in [-1, 1].
-  double Correlation() const { return m_correlation; }
+  double Correlation() const { return Refresh(), m_correlation; }
   /// Number of points given so far.
-  unsigned long Count() const { return static_cast<unsigned long>(m_x.size()); }
+  unsigned long Count() const { return m_count; }
   /// True when the results describe a fitted line (see the degenerate cases above).
-  bool IsValid() const { return m_valid; }
+  bool IsValid() const { return Refresh(), m_valid; }
 
  private:
-  void Fit();
+  void Fit(const double* x, const double* y, std::size_t n) const;
+  void Refresh() const;
 
   ELineType m_type;
+  unsigned long m_count = 0;
+  bool m_fromArrays = false;
+  bool m_mixed = false;
+  // Points given through AddPoint; the array constructor leaves these empty.
   std::vector<double> m_x;
   std::vector<double> m_y;
-  double m_slope = 0.0;
-  double m_intercept = 0.0;
-  double m_varSlope = 0.0;
-  double m_varIntercept = 0.0;
-  double m_correlation = 0.0;
-  bool m_valid = false;
+  // Results are filled lazily by Refresh() after AddPoint, hence mutable.
+  mutable bool m_stale = false;
+  mutable double m_slope = 0.0;
+  mutable double m_intercept = 0.0;
+  mutable double m_varSlope = 0.0;
+  mutable double m_varIntercept = 0.0;
+  mutable double m_correlation = 0.0;
+  mutable bool m_valid = false;
 };

@@ -8,7 +8,8 @@
 // The binary stream form (Read/Write) is the one the gas-table files use: a
 // 32-bit little-endian element count followed by the elements as little-endian
 // bytes. Counts above kMaxStreamCount are refused by setting the stream state
-// to failbit (replacing the previous state) and leaving the vector unchanged.
+// to failbit (replacing the previous state) and leaving the vector unchanged. A
+// stream that ends early fails; the elements it did not supply are then zero.
 #pragma once
 
 #include <algorithm>
@@ -171,7 +172,14 @@ class CNumVector {
     }
     m_size = count;
     if (count != 0) {
-      is.read(reinterpret_cast<char*>(m_data), std::streamsize(count) * std::streamsize(sizeof(T)));
+      const std::streamsize bytes = std::streamsize(count) * std::streamsize(sizeof(T));
+      is.read(reinterpret_cast<char*>(m_data), bytes);
+      // A short read leaves the stream failed; the elements it did not complete are
+      // zeroed so that nothing indeterminate is ever exposed.
+      if (is.gcount() < bytes) {
+        const std::size_t whole = std::size_t(is.gcount()) / sizeof(T);
+        std::fill(m_data + whole, m_data + count, T(0));
+      }
       if (!fiofla::detail::kHostLittleEndian)
         fiofla::detail::SwapElementBytes(m_data, count, sizeof(T));
     }
