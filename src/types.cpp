@@ -1,6 +1,8 @@
 #include "fiofla/types.h"
 
 #include <cctype>
+#include <charconv>
+#include <cmath>
 
 namespace fiofla {
 
@@ -20,6 +22,17 @@ bool StringToBranch(const std::string& text, Branch* branch) {
     return true;
   }
   return false;
+}
+
+bool StringToDouble(const std::string& text, double* value) {
+  const char* first = text.data();
+  const char* last = first + text.size();
+  if (first != last && *first == '+') ++first;
+  double parsed = 0.0;
+  const auto result = std::from_chars(first, last, parsed);
+  if (result.ec != std::errc() || result.ptr != last || !std::isfinite(parsed)) return false;
+  *value = parsed;
+  return true;
 }
 
 }  // namespace fiofla

@@ -16,4 +16,9 @@ const char* BranchName(Branch branch);
 /// false for anything else, leaving `branch` alone.
 bool StringToBranch(const std::string& text, Branch* branch);
 
+/// Parses a whole text as a finite decimal number ("1.5", "+2e-3"), independent of the
+/// locale; false for anything else (empty, trailing characters, nan, inf, overflow),
+/// leaving `value` alone.
+bool StringToDouble(const std::string& text, double* value);
+
 }  // namespace fiofla

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -91,12 +90,8 @@ bool IsQuantityUnit(const std::string& unit) {
 }
 
 std::optional<double> ParseNumber(const std::string& cell) {
-  const char* first = cell.data();
-  const char* last = cell.data() + cell.size();
-  if (first != last && *first == '+') ++first;
   double value = 0.0;
-  const auto result = std::from_chars(first, last, value);
-  if (result.ec != std::errc() || result.ptr != last || !std::isfinite(value)) return std::nullopt;
+  if (!StringToDouble(cell, &value)) return std::nullopt;
   return value;
 }
 

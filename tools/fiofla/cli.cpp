@@ -3,7 +3,6 @@
 #include <rapidjson/ostreamwrapper.h>
 #include <rapidjson/prettywriter.h>
 
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <optional>
@@ -48,12 +47,8 @@ struct UsageError {
 };
 
 std::optional<double> ToDouble(const std::string& text) {
-  const char* first = text.data();
-  const char* last = first + text.size();
-  if (first != last && *first == '+') ++first;
   double value = 0.0;
-  const auto r = std::from_chars(first, last, value);
-  if (r.ec != std::errc() || r.ptr != last || !std::isfinite(value)) return std::nullopt;
+  if (!StringToDouble(text, &value)) return std::nullopt;
   return value;
 }
 
@@ -161,7 +156,6 @@ void PrintBetJson(std::ostream& out, const BetOptions& opt, const IsothermData& 
                   const std::vector<std::size_t>& dropped) {
   rapidjson::OStreamWrapper os(out);
   JsonWriter w(os);
-  w.SetMaxDecimalPlaces(17);
   w.StartObject();
   w.Key("file");
   w.String(opt.file.c_str());
