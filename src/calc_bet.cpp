@@ -1,5 +1,6 @@
 #include "fiofla/calc_bet.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "fiofla/num/linefit.h"
@@ -35,7 +36,9 @@ CCalcBET::CCalcBET(const SInput& input)
   CNumVector<double>::size_type nOther = 0;
   for (CNumVector<double>::size_type i = 0; i < n; ++i) {
     const double x = relativePressure[i];
-    const short flags = pointFlags[i];
+    // A point without a flag word or a quantity (shorter input vectors) takes part in nothing.
+    const short flags =
+        (i < pointFlags.size() && i < quantityAdsorbed.size()) ? pointFlags[i] : short(0);
     const bool included = (flags & POINT_INCLUDED) != 0;
     const bool inRange = (flags & POINT_IN_RANGE) != 0;
     if (x >= 1.0 && (included || inRange)) {
@@ -168,7 +171,8 @@ CCalcBET::SInput MakeBETInput(const std::vector<double>& relativePressure,
                               const std::vector<double>& quantityCm3PerGStp,
                               const std::vector<Branch>& branch, double rangeLow, double rangeHigh,
                               double crossSectionNm2) {
-  const std::size_t n = relativePressure.size();
+  const std::size_t n =
+      std::min({relativePressure.size(), quantityCm3PerGStp.size(), branch.size()});
   CCalcBET::SInput input;
   input.crossSectionalArea = crossSectionNm2;
   input.relativePressure.SetDim(n);

@@ -113,6 +113,13 @@ TEST(CalcBET, PointClassificationAndStatus) {
     EXPECT_EQ(bet.otherTransform.size(), 1u);
     EXPECT_REL_CLOSE(bet.otherCheck[0], 0.5 * 30, 1e-15);
   }
+  // Flags or quantities shorter than the pressures: the extra points take part in nothing.
+  {
+    const CCalcBET bet(
+        MakeInput({0.05, 0.1, 0.2, 0.25}, {10, 12, 14}, {kBoth, kBoth, kBoth, kBoth}));
+    EXPECT_EQ(bet.fitQuantity.size(), 3u);
+    EXPECT_EQ(bet.calculatedIsotherm.size(), 4u);
+  }
   // 35 is overwritten by 1 when too few points remain.
   {
     const CCalcBET bet(MakeInput({0.1, 1.2}, {10, 12}, {kBoth, kBoth}));

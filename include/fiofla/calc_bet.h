@@ -126,7 +126,8 @@ const char* BETStatusText(std::int16_t status);
 
 /// Builds the input of a BET calculation from an isotherm: every point is flagged
 /// included, and the adsorption-branch points with rangeLow <= P/Po <= rangeHigh are
-/// flagged in range. The three vectors must have the same length.
+/// flagged in range. The three vectors should have the same length; only as many points
+/// as the shortest holds are taken.
 CCalcBET::SInput MakeBETInput(const std::vector<double>& relativePressure,
                               const std::vector<double>& quantityCm3PerGStp,
                               const std::vector<Branch>& branch, double rangeLow, double rangeHigh,
