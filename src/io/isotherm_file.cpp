@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <sstream>
 
 namespace fiofla {
@@ -89,12 +87,6 @@ bool IsQuantityUnit(const std::string& unit) {
                                   "ml/gstp", "cm3/g", "cm\xc2\xb3/g"});
 }
 
-std::optional<double> ParseNumber(const std::string& cell) {
-  double value = 0.0;
-  if (!StringToDouble(cell, &value)) return std::nullopt;
-  return value;
-}
-
 [[noreturn]] void Fail(const std::string& name, std::size_t line, const std::string& what) {
   std::ostringstream msg;
   msg << name;
@@ -168,12 +160,13 @@ IsothermData ParseIsothermCsv(std::istream& in, const std::string& name) {
            "expected at least " + std::to_string(needed) + " columns, found " +
                std::to_string(cells.size()));
     }
-    const auto p = ParseNumber(cells[colP]);
-    if (!p) Fail(name, lineNo, "relative pressure '" + cells[colP] + "' is not a number");
-    const auto q = ParseNumber(cells[colQ]);
-    if (!q) Fail(name, lineNo, "quantity adsorbed '" + cells[colQ] + "' is not a number");
-    iso.relativePressure.push_back(*p);
-    iso.quantityAdsorbedCm3PerGStp.push_back(*q);
+    double p = 0.0, q = 0.0;
+    if (!StringToDouble(cells[colP], &p))
+      Fail(name, lineNo, "relative pressure '" + cells[colP] + "' is not a number");
+    if (!StringToDouble(cells[colQ], &q))
+      Fail(name, lineNo, "quantity adsorbed '" + cells[colQ] + "' is not a number");
+    iso.relativePressure.push_back(p);
+    iso.quantityAdsorbedCm3PerGStp.push_back(q);
     iso.sourceLine.push_back(lineNo);
     if (colBranch >= 0) {
       Branch b;

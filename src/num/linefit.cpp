@@ -47,7 +47,7 @@ void CNumLineFit::Refresh() const {
   Fit(m_x.data(), m_y.data(), m_x.size());
 }
 
-// Fit() already leaves the variances current, so there is nothing left to do here.
+// Fitting computes the variances together with the line, so nothing is left to do here.
 void CNumLineFit::CalculateVariance() {}
 
 void CNumLineFit::Fit(const double* x, const double* y, std::size_t n) const {
