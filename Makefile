@@ -1,5 +1,5 @@
-# Convenience wrapper around CMake. `make run` builds and runs the tool on the bundled
-# example; `make test` runs every suite, the installed-package consumer and the
+# Convenience wrapper around CMake. `make run` builds the tool and makes the BET report of
+# the bundled example; `make test` runs every suite, the installed-package consumer and the
 # sanitizer build.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
@@ -18,8 +18,11 @@ build: deps
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
 	cmake --build $(BUILD) -j$(JOBS)
 
+# Shows the BET report of the bundled example in the terminal and writes it as HTML.
 run: build
-	$(BUILD)/tools/fiofla/fiofla bet $(EXAMPLE)
+	$(BUILD)/tools/fiofla/fiofla report $(EXAMPLE) --auto
+	$(BUILD)/tools/fiofla/fiofla report $(EXAMPLE) --auto -o $(BUILD)/report.html
+	@echo "Open $(CURDIR)/$(BUILD)/report.html in a browser to see the report with its plots."
 
 test: test-unit test-consumer test-sanitize
 

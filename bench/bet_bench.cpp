@@ -1,11 +1,14 @@
-// Speed and allocation count of the BET calculation and of the tool's bet command.
+// Speed and allocation count of the BET calculation, the BET range search and the tool's
+// bet command.
 #include <benchmark/benchmark.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <new>
 #include <sstream>
+#include <vector>
 
+#include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"
 #ifdef FIOFLA_BENCH_TOOL
 #include "cli.h"
@@ -69,6 +72,39 @@ void BM_CalcBET_40Points(benchmark::State& state) {
       benchmark::Counter(double(g_allocations.load() - before) / double(state.iterations()));
 }
 BENCHMARK(BM_CalcBET_40Points);
+
+// Range search over an n-point BET isotherm from P/Po 0.001 to 0.95 with the same ripple,
+// so the criteria fail in realistic places instead of all windows passing.
+void FindBetRangeOn(benchmark::State& state, int n) {
+  std::vector<double> x(n), q(n);
+  const double c = 110.0, qm = 85.0;
+  for (int i = 0; i < n; ++i) {
+    x[i] = 0.001 + 0.949 * i / (n - 1);
+    q[i] = c * qm * x[i] / ((1 - x[i]) * (1 + (c - 1) * x[i])) *
+           (1.0 + 1e-3 * ((i * 7919) % 13 - 6) / 6.0);
+  }
+  std::size_t windows = 0;
+  const long before = g_allocations.load();
+  for (auto _ : state) {
+    const fiofla::BetRangeResult r = fiofla::FindBetRange(x.data(), q.data(), x.size());
+    if (!r.found) state.SkipWithError("no BET range found");
+    windows = r.windowsSearched;
+    benchmark::DoNotOptimize(r.first);
+  }
+  state.counters["allocs_per_search"] =
+      benchmark::Counter(double(g_allocations.load() - before) / double(state.iterations()));
+  state.counters["windows"] = double(windows);
+}
+
+void BM_FindBetRange_100Points(benchmark::State& state) {
+  FindBetRangeOn(state, 100);
+}
+BENCHMARK(BM_FindBetRange_100Points);
+
+void BM_FindBetRange_150Points(benchmark::State& state) {
+  FindBetRangeOn(state, 150);
+}
+BENCHMARK(BM_FindBetRange_150Points);
 
 #ifdef FIOFLA_BENCH_TOOL
 void BM_ToolBetCommand(benchmark::State& state) {

@@ -182,9 +182,12 @@ CCalcBET::SInput MakeBETInput(const std::vector<double>& relativePressure,
     const double x = relativePressure[i];
     input.relativePressure[i] = x;
     input.quantityAdsorbed[i] = quantityCm3PerGStp[i];
-    short flags = CCalcBET::POINT_INCLUDED;
-    if (branch[i] == Branch::kAdsorption && x >= rangeLow && x <= rangeHigh)
-      flags |= CCalcBET::POINT_IN_RANGE;
+    // BET describes adsorption; desorption points stay in the isotherm but take no part.
+    short flags = 0;
+    if (branch[i] == Branch::kAdsorption) {
+      flags = CCalcBET::POINT_INCLUDED;
+      if (x >= rangeLow && x <= rangeHigh) flags |= CCalcBET::POINT_IN_RANGE;
+    }
     input.pointFlags[i] = flags;
   }
   return input;

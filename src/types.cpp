@@ -27,7 +27,10 @@ bool StringToBranch(const std::string& text, Branch* branch) {
 bool StringToDouble(const std::string& text, double* value) {
   const char* first = text.data();
   const char* last = first + text.size();
-  if (first != last && *first == '+') ++first;
+  if (first != last && *first == '+') {
+    ++first;
+    if (first != last && *first == '-') return false;  // "+-5" is no number
+  }
   double parsed = 0.0;
   const auto result = std::from_chars(first, last, parsed);
   if (result.ec != std::errc() || result.ptr != last || !std::isfinite(parsed)) return false;

@@ -184,7 +184,7 @@ TEST(CalcBET, MakeBETInputSelectsAdsorptionPointsInRange) {
                             Branch::kAdsorption, Branch::kAdsorption, Branch::kDesorption},
                            0.05, 0.30, 0.142);
   EXPECT_EQ(in.crossSectionalArea, 0.142);
-  const std::vector<short> expected = {kIn, kBoth, kBoth, kBoth, kIn, kIn};
+  const std::vector<short> expected = {kIn, kBoth, kBoth, kBoth, kIn, 0};
   ASSERT_EQ(in.pointFlags.size(), expected.size());
   for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(in.pointFlags[i], expected[i]) << i;
 }

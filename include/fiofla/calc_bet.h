@@ -124,9 +124,9 @@ namespace fiofla {
 /// Short English description of a CCalcBET status value, for tools and logs.
 const char* BETStatusText(std::int16_t status);
 
-/// Builds the input of a BET calculation from an isotherm: every point is flagged
-/// included, and the adsorption-branch points with rangeLow <= P/Po <= rangeHigh are
-/// flagged in range. The three vectors should have the same length; only as many points
+/// Builds the input of a BET calculation from an isotherm: the adsorption-branch points
+/// are flagged included, those with rangeLow <= P/Po <= rangeHigh also in range; the
+/// desorption points keep no flag. The three vectors should have the same length; only as many points
 /// as the shortest holds are taken.
 CCalcBET::SInput MakeBETInput(const std::vector<double>& relativePressure,
                               const std::vector<double>& quantityCm3PerGStp,

@@ -9,9 +9,19 @@
 #include "fiofla/str/cstr.h"
 #include "fiofla/str/timeinterval.h"
 
+// Platform layer: units, formatted quantities and the report model.
+#include "fiofla/report/report_model.h"
+#include "fiofla/report/report_render.h"
+#include "fiofla/report/report_text.h"
+#include "fiofla/units/formatter.h"
+#include "fiofla/units/units.h"
+
 // Shared enumerations and file readers.
 #include "fiofla/io/isotherm_file.h"
 #include "fiofla/types.h"
 
 // Calculations.
+#include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"
+#include "fiofla/datagasadsorption.h"
+#include "fiofla/report_bet.h"
