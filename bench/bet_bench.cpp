@@ -1,5 +1,5 @@
 // Speed and allocation count of the BET calculation, the BET range search and the tool's
-// bet command.
+// bet and report commands.
 #include <benchmark/benchmark.h>
 
 #include <atomic>
@@ -128,6 +128,24 @@ void BM_ToolBetCommandJson(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_ToolBetCommandJson);
+
+// The whole report command in-process: read, BET with the range search, report model, and
+// rendering, for each output format.
+void BM_ToolReportCommand(benchmark::State& state) {
+  static const char* const kFormats[] = {"html", "json", "text"};
+  const char* format = kFormats[state.range(0)];
+  const std::string file = std::string(FIOFLA_DATA_DIR) + "/examples/n2_77k_silica.csv";
+  std::size_t bytes = 0;
+  for (auto _ : state) {
+    std::ostringstream out, err;
+    const int code = fiofla::cli::Run({"report", file, "--auto", "--format", format}, out, err);
+    if (code != 0) state.SkipWithError("fiofla report failed");
+    bytes = out.str().size();
+    benchmark::DoNotOptimize(bytes);
+  }
+  state.SetLabel(std::string(format) + ", " + std::to_string(bytes) + " bytes");
+}
+BENCHMARK(BM_ToolReportCommand)->DenseRange(0, 2);
 #endif
 
 }  // namespace

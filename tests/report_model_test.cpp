@@ -327,4 +327,22 @@ TEST(ReportModel, TextOutput) {
   EXPECT_EQ(rows[4], "    0.3");
 }
 
+TEST(ReportModel, TextOverlayEquationUsesDisplayUnits) {
+  // Y in mmol/g (1 mmol/g = 22.414 cm3/g STP): the internal line 22.414 + 44.828 x reads
+  // 1 + 2 x on the axis, as the point ranges printed beside it do.
+  CQuantityFormatter mmol(fcn_UT_GasAmountAdsorbed(), CNumericFormat(), CNumericFormat());
+  ASSERT_TRUE(mmol.Units().Select("mmol/g"));
+  CReportPageData page;
+  CReportGraphData* graph = page.AddGraph("g", 0, 1000);
+  graph->AddAxis(CRSGraphAxisData::eBottom, 1, "x");
+  graph->AddAxis(CRSGraphAxisData::eLeft, 2, "y")->SetFormatter(&mmol);
+  CRSGraphCurveData* curve = graph->AddCurve("c", 1, 2);
+  curve->SetData(CNumVector<double>{0.0, 1.0}, CNumVector<double>{22.414, 67.242});
+  curve->AddOverlayLine(44.828, 22.414);
+  std::ostringstream text;
+  fiofla::RenderText({&page}, {}, text);
+  EXPECT_NE(text.str().find("fitted line y = 1 + 2 x"), std::string::npos) << text.str();
+  EXPECT_NE(text.str().find("y 1 .. 3 mmol/g"), std::string::npos) << text.str();
+}
+
 }  // namespace

@@ -1,9 +1,14 @@
 #include <rapidjson/document.h>
+#include <unistd.h>
 
+#include <cmath>
+#include <cstdio>
+#include <fstream>
 #include <sstream>
 
 #include "cli.h"
 #include "fiofla/calc_bet.h"
+#include "fiofla/datagasadsorption.h"
 #include "fiofla/io/isotherm_file.h"
 #include "test_util.h"
 
@@ -91,6 +96,105 @@ TEST(ToolBet, BadArgumentsAndFilesGiveOneLineErrors) {
   }
   EXPECT_EQ(RunTool({"bet", "--help"}).code, 0);
   EXPECT_EQ(RunTool({"--version"}).out.rfind("fiofla ", 0), 0u);
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::string TempPath(const std::string& name) {
+  return ::testing::TempDir() + "fiofla_" + std::to_string(::getpid()) + "_" + name;
+}
+
+TEST(ToolBet, AutoRangeFindsAPassingWindowOrSaysWhyNot) {
+  const auto found = RunTool({"bet", kExample, "--auto", "--json"});
+  ASSERT_EQ(found.code, 0) << found.err;
+  rapidjson::Document doc;
+  doc.Parse(found.out.c_str());
+  ASSERT_FALSE(doc.HasParseError());
+  EXPECT_TRUE(doc["auto_range"]["found"].GetBool());
+  const double lo = doc["range"][0].GetDouble(), hi = doc["range"][1].GetDouble();
+  // The chosen window is what the calculation used: its points, its ends.
+  const auto& used = doc["points_used"];
+  ASSERT_GE(used.Size(), 10u);
+  EXPECT_EQ(used[0]["relative_pressure"].GetDouble(), lo);
+  EXPECT_EQ(used[used.Size() - 1]["relative_pressure"].GetDouble(), hi);
+  const double c = doc["c_value"].GetDouble();
+  EXPECT_NEAR(1.0 / (std::sqrt(c) + 1.0),
+              doc["auto_range"]["monolayer_relative_pressure"].GetDouble(),
+              0.2 * doc["auto_range"]["monolayer_relative_pressure"].GetDouble());
+
+  // More points than the branch holds: no window, exit 3, and the reason.
+  const auto none = RunTool({"bet", kExample, "--auto", "--min-points", "500"});
+  EXPECT_EQ(none.code, fiofla::cli::kExitNoResult);
+  EXPECT_NE(none.err.find("no BET result"), std::string::npos);
+  EXPECT_EQ(RunTool({"bet", kExample, "--auto", "--min-r2", "2"}).code,
+            fiofla::cli::kExitUsageError);
+}
+
+TEST(ToolReport, FormatsFollowTheOutputName) {
+  const std::string html = TempPath("report.html");
+  const auto run = RunTool({"report", kExample, "-o", html});
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_NE(run.out.find(html), std::string::npos);
+  const std::string page = ReadFile(html);
+  EXPECT_EQ(page.find("<script"), std::string::npos);
+  EXPECT_NE(page.find("BET Surface Area Plot"), std::string::npos);
+  EXPECT_NE(page.find("BET Isotherm Plot"), std::string::npos);
+  EXPECT_NE(page.find("1/[Q(Po/P - 1)]"), std::string::npos);
+
+  const std::string json = TempPath("report.json");
+  ASSERT_EQ(RunTool({"report", kExample, kExample, "--auto", "-o", json}).code, 0);
+  rapidjson::Document doc;
+  doc.Parse(ReadFile(json).c_str());
+  ASSERT_FALSE(doc.HasParseError());
+  // A page per isotherm and a last page with the overlaid plots.
+  ASSERT_EQ(doc["pages"].Size(), 3u);
+  const auto& overlay = doc["pages"][2]["items"];
+  ASSERT_EQ(overlay.Size(), 2u);
+  EXPECT_EQ(overlay[0]["curves"].Size(), 2u);
+
+  const auto text = RunTool({"report", kExample});
+  EXPECT_EQ(text.code, 0);
+  EXPECT_NE(text.out.find("BET surface area:"), std::string::npos);
+  std::remove(html.c_str());
+  std::remove(json.c_str());
+}
+
+TEST(ToolReport, UnitsOptionChangesTheReportOnly) {
+  const auto mmol = RunTool({"report", kExample, "--units", "mmol/g"});
+  ASSERT_EQ(mmol.code, 0) << mmol.err;
+  EXPECT_NE(mmol.out.find("mmol/g"), std::string::npos);
+  // The process-wide formatter is back to its own unit after the command.
+  EXPECT_EQ(DVolumeAds::sm_Formatter.DisplayText(), CStr("cm³/g STP"));
+  EXPECT_EQ(RunTool({"report", kExample, "--units", "mg/g"}).code, fiofla::cli::kExitUsageError);
+  EXPECT_EQ(RunTool({"report", kExample, "--units", "mg/g", "--molar-mass", "28.0134"}).code, 0);
+}
+
+TEST(ToolReport, BadInputLeavesNoFileBehind) {
+  const std::string out = TempPath("kept.html");
+  {
+    std::ofstream previous(out);
+    previous << "previous report";
+  }
+  const auto bad =
+      RunTool({"report", kExample, fiofla::test::TestData("bad/non_numeric.csv"), "-o", out});
+  EXPECT_EQ(bad.code, fiofla::cli::kExitInputError);
+  EXPECT_NE(bad.err.find("non_numeric.csv:5:"), std::string::npos);
+  EXPECT_EQ(ReadFile(out), "previous report");
+
+  const std::string missing = TempPath("new.html");
+  EXPECT_EQ(RunTool({"report", "/no/such.csv", "-o", missing}).code, fiofla::cli::kExitInputError);
+  EXPECT_FALSE(std::ifstream(missing).good());
+  const auto unwritable = RunTool({"report", kExample, "-o", "/no/such/dir/r.html"});
+  EXPECT_EQ(unwritable.code, fiofla::cli::kExitInputError);
+  EXPECT_NE(unwritable.err.find("cannot create"), std::string::npos);
+  EXPECT_EQ(RunTool({"report"}).code, fiofla::cli::kExitUsageError);
+  EXPECT_EQ(RunTool({"report", kExample, "--format", "pdf"}).code, fiofla::cli::kExitUsageError);
+  std::remove(out.c_str());
 }
 
 }  // namespace

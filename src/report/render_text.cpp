@@ -130,8 +130,34 @@ std::string RangeText(CRSGraphAxisData const& axis, CNumVector<double> const& va
   return text;
 }
 
-std::string Equation(CNumPolynomial const& polynomial) {
+// Internal value of display value `v` on an axis; identity without a formatter.
+double ToInternal(CQuantityFormatter const* formatter, double v) {
+  return formatter == nullptr ? v : formatter->Units().ToInternal(v);
+}
+
+// The polynomial rewritten in the display units of its axes, so the equation reads on the
+// same scale as the ranges printed beside it. Unit conversions are linear:
+// x_internal = ax x + bx and y = (y_internal - by) / ay, which expands binomially.
+std::vector<double> DisplayCoefficients(CNumPolynomial const& polynomial,
+                                        CQuantityFormatter const* xFormatter,
+                                        CQuantityFormatter const* yFormatter) {
   auto const& c = polynomial.Coefficients();
+  double const bx = ToInternal(xFormatter, 0.0), ax = ToInternal(xFormatter, 1.0) - bx;
+  double const by = ToInternal(yFormatter, 0.0), ay = ToInternal(yFormatter, 1.0) - by;
+  std::vector<double> d(c.size(), 0.0);
+  for (std::size_t j = 0; j < c.size(); ++j) {
+    double binomial = 1.0;  // C(j, k)
+    for (std::size_t k = 0; k <= j; ++k) {
+      d[k] += c[j] * binomial * std::pow(ax, double(k)) * std::pow(bx, double(j - k));
+      binomial = binomial * double(j - k) / double(k + 1);
+    }
+  }
+  d[0] -= by;
+  for (double& v : d) v /= ay;
+  return d;
+}
+
+std::string Equation(std::vector<double> const& c) {
   CNumericFormat const format;
   std::string text = c.size() <= 2 ? "fitted line y = " : "fitted polynomial y = ";
   text += format.Format(c[0]).str();
@@ -162,7 +188,9 @@ void WriteCurve(std::ostream& out, CReportGraphData const& graph, CRSGraphCurveD
   if (!curve.Shown()) text += " (hidden)";
   WriteLine(out, text);
   for (auto const& overlay : curve.Overlays())
-    WriteLine(out, indent + "  " + Equation(overlay->Polynomial().Polynomial()));
+    WriteLine(out, indent + "  " +
+                       Equation(DisplayCoefficients(overlay->Polynomial().Polynomial(),
+                                                    x->Formatter(), y->Formatter())));
   for (auto const& sub : curve.SubCurves()) WriteCurve(out, graph, *sub, indent + "  ");
 }
 
@@ -170,7 +198,7 @@ void WriteGraph(std::ostream& out, CReportGraphData const& graph) {
   for (auto const& axis : graph.Axes()) {
     std::string text = "  axis " + graph.Resolve(axis->Title()).str();
     std::string const unit = report_detail::UnitText(axis->Formatter()).str();
-    if (!unit.empty()) text += " [" + unit + "]";
+    if (!unit.empty() && text.find(unit) == std::string::npos) text += " [" + unit + "]";
     WriteLine(out, text);
   }
   for (auto const& curve : graph.Curves()) WriteCurve(out, graph, *curve, "  ");
