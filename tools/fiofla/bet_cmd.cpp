@@ -210,11 +210,7 @@ int RunBet(const std::vector<std::string>& args, std::ostream& out, std::ostream
     PrintBetText(out, opt, iso, run);
 
   if (NoBetResult(*run.calc)) {
-    err << "fiofla bet: " << opt.file << ": no BET result: ";
-    if (run.search && !run.search->found)
-      err << run.search->Explain() << "\n";
-    else
-      err << BETStatusText(run.calc->status) << "\n";
+    err << "fiofla bet: " << opt.file << ": no BET result: " << NoResultReason(run) << "\n";
     return kExitNoResult;
   }
   return kExitOk;

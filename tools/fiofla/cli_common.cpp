@@ -145,6 +145,11 @@ bool NoBetResult(const CCalcBET& calc) {
          calc.status == CCalcBET::STATUS_ZERO_INTERCEPT;
 }
 
+std::string NoResultReason(const BetRun& run) {
+  if (run.search && !run.search->found) return run.search->Explain();
+  return BETStatusText(run.calc->status);
+}
+
 void JsonNumber(JsonWriter& w, double value) {
   if (std::isfinite(value))
     w.Double(value);

@@ -81,6 +81,8 @@ struct BetRun {
 BetRun RunBetOn(const IsothermData& iso, const BetSettings& settings);
 /// True when the calculation gave no usable result (status 1 or 17).
 bool NoBetResult(const CCalcBET& calc);
+/// Why a run gave no result: the failed range search, or the calculation's status.
+std::string NoResultReason(const BetRun& run);
 
 using JsonWriter = rapidjson::PrettyWriter<rapidjson::OStreamWrapper>;
 /// Writes a number, or null when it is not finite (JSON has neither NaN nor infinity).

@@ -374,10 +374,7 @@ int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostr
   int status = kExitOk;
   for (std::size_t i = 0; i < runs.size(); ++i) {
     if (!NoBetResult(*runs[i].calc)) continue;
-    err << "fiofla report: " << opt.files[i] << ": no BET result: "
-        << (runs[i].search && !runs[i].search->found
-                ? runs[i].search->Explain()
-                : std::string(BETStatusText(runs[i].calc->status)))
+    err << "fiofla report: " << opt.files[i] << ": no BET result: " << NoResultReason(runs[i])
         << "\n";
     status = kExitNoResult;
   }
