@@ -1,0 +1,188 @@
+// Gas non-ideality and saturation properties from a rectangular table.
+//
+// CGasCompressibilityBase is the interface every reduction uses to ask how far
+// the adsorptive departs from the ideal gas and where it condenses;
+// CGasCompressibilityTable answers from a compressibility grid over pressure x
+// temperature plus per-temperature saturation, sublimation, surface-tension
+// and liquid-volume curves.
+//
+// Method: compressibility is bilinear in (P, T) on the grid cell holding the
+// point, except that a non-positive corner (condensed region) is never
+// interpolated towards: its partner is used unchanged. Saturation curves are
+// interpolated as ln p linear in 1/T (Clausius-Clapeyron form).
+// Cost: a lookup walks linearly from the previous query's interval, so close
+// consecutive points cost O(1); a cold lookup is O(nP + nT).
+// Guarantees: grid values are reproduced exactly; outside the grid the edge
+// cell is extrapolated linearly, without clamping.
+//
+// Choices made here (documented so callers can rely on them):
+// - Pressure unit: whatever the table was filled with (grid, Psat, Psub and the
+//   critical and triple-point pressures share it); nothing is converted.
+// - The fields are public: callers filling a table by vectors must refill the
+//   per-temperature curves themselves, and file readers fill the constants.
+//   Keep grids ascending and every curve nT long.
+// - Set(SCompressTable) also refuses negative counts, and Set(vectors) refuses a
+//   matrix that is not nP x nT, so a bad fill never leads to reads out of range.
+// - Get writes only the first nP / nT places of the record; the rest is left
+//   as it was. A curve shorter than the grid is written as zeros past its end.
+// - Saturation and liquid-volume lookups treat entries missing from a curve
+//   shorter than the grid as no value (false / 0.0) instead of reading past it.
+// - The three reserved fluid constants are kept and defaulted only.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "fiofla/num/numvector.h"
+#include "fiofla/str/cstr.h"
+
+/// Abstract gas: compressibility factor (dimensionless) at pressure and temperature (K),
+/// and saturation, critical and liquid properties.
+class CGasCompressibilityBase {
+ public:
+  virtual ~CGasCompressibilityBase() = default;
+
+  /// Compressibility factor at (pressure, temperature K); -1.0 where the gas phase has no
+  /// value, 1.0 when there is no table to look in.
+  virtual double GetRawCompressibility(double pressure, double temperature) const = 0;
+  /// Saturation (or sublimation) pressure at temperature (K); false leaves *psat untouched.
+  virtual bool CalcPsatFromTemp(double* psat, double temperature, bool sublimation) const = 0;
+  /// Saturation temperature (K) at pressure; false leaves *temperature untouched.
+  virtual bool CalcTempFromPsat(double* temperature, double pressure, bool sublimation) const = 0;
+  /// Liquid molar volume at temperature (K), table unit (cm3/mol); 0.0 when unknown.
+  virtual double GetLiquidMolarVolume(double temperature) const = 0;
+  /// Atoms per molecule of the adsorptive.
+  virtual int GetNumberOfAtoms() const = 0;
+  /// Molar mass, g/mol.
+  virtual double GetMolecularWeight() const = 0;
+  /// Critical temperature, K.
+  virtual double GetCriticalTemperature() const = 0;
+  /// Critical pressure, table pressure unit.
+  virtual double GetCriticalPressure() const = 0;
+  /// Triple-point temperature, K.
+  virtual double GetTriplePointTemperature() const = 0;
+
+  /// Compressibility factor at (pressure, temperature K); a condensed point within 5 K of
+  /// the saturation temperature is evaluated on the saturation line instead. The
+  /// temperature used (K) goes to *effectiveTemperature when non-null. A result <= 0 means
+  /// no valid compressibility.
+  double operator()(double pressure, double temperature, double* effectiveTemperature) const;
+};
+
+/// Gas described by a compressibility grid over pressure (table unit) and temperature (K).
+class CGasCompressibilityTable : public CGasCompressibilityBase {
+ public:
+  /// Largest number of pressures a fixed-capacity record holds.
+  static constexpr int kMaxPressures = 250;
+  /// Largest number of temperatures a fixed-capacity record holds.
+  static constexpr int kMaxTemperatures = 150;
+
+  /// Fixed-capacity exchange record, single precision (units as the table).
+  struct SCompressTable {
+    /// Number of pressures in use, at most kMaxPressures.
+    std::int32_t nPressures;
+    /// Number of temperatures in use, at most kMaxTemperatures.
+    std::int32_t nTemperatures;
+    /// Pressure grid, table unit; first nPressures used.
+    float pressures[kMaxPressures];
+    /// Temperature grid, K; first nTemperatures used.
+    float temperatures[kMaxTemperatures];
+    /// Saturation pressure per grid temperature, table unit.
+    float psat[kMaxTemperatures];
+    /// Sublimation pressure per grid temperature, table unit.
+    float psub[kMaxTemperatures];
+    /// Surface tension per grid temperature, table unit (mN/m).
+    float surfaceTension[kMaxTemperatures];
+    /// Liquid molar volume per grid temperature, table unit (cm3/mol).
+    float liquidMolarVolume[kMaxTemperatures];
+    /// Compressibility factor (dimensionless); row i is pressure i.
+    float compressibility[kMaxPressures][kMaxTemperatures];
+  };
+
+  /// Empty table with default fluid constants and no grids.
+  CGasCompressibilityTable();
+
+  /// Replaces grids, curves and matrix by the record's values; does nothing for counts
+  /// outside [0, kMaxPressures] / [0, kMaxTemperatures]. Fluid constants are kept.
+  void Set(SCompressTable const& record);
+  /// Copies the table into the record in single precision; does nothing when the table
+  /// exceeds the record's capacity.
+  void Get(SCompressTable& record) const;
+  /// Replaces the pressure grid (table unit), temperature grid (K) and the nP x nT matrix;
+  /// curves are untouched. Does nothing when the matrix is not nP x nT.
+  void Set(CNumVector<double> const& pressures, CNumVector<double> const& temperatures,
+           CNumMatrix<double> const& compressibility);
+
+  /// Makes row nT long, all zeros.
+  void InitializeRow(CNumVector<double>& row) const;
+  /// Zeroes Psat, Psub, surface tension and liquid molar volume to nT entries each.
+  void InitializeRows();
+  /// Resets the fluid constants to their defaults, then calls InitializeRows.
+  void InitializeFluidProperties();
+
+  /// True when the pressure grid or the temperature grid is empty.
+  bool IsEmpty() const { return m_vPressures.empty() || m_vTemperatures.empty(); }
+
+  /// Index i of the grid interval [grid[i], grid[i+1]] for x, searched from start; the
+  /// edge interval outside the grid, 0 for fewer than two nodes.
+  static std::size_t FindLowerIndex(double x, CNumVector<double> const& grid, std::size_t start);
+  /// Interval index of temperature t (K) in the temperature grid.
+  std::size_t GetTemperatureIndex(double t) const;
+  /// Span (K) of up to count grid temperatures starting before nodes below t's interval;
+  /// the run's first index and length go to *first and *number.
+  double GetTemperatureRange(double t, std::size_t count, std::size_t before, std::size_t* first,
+                             std::size_t* number) const;
+
+  double GetRawCompressibility(double pressure, double temperature) const override;
+  bool CalcPsatFromTemp(double* psat, double temperature, bool sublimation) const override;
+  bool CalcTempFromPsat(double* temperature, double pressure, bool sublimation) const override;
+  double GetLiquidMolarVolume(double temperature) const override;
+  int GetNumberOfAtoms() const override { return m_nAtoms; }
+  double GetMolecularWeight() const override { return m_dMolecularWeight; }
+  double GetCriticalTemperature() const override { return m_dTcrit; }
+  double GetCriticalPressure() const override { return m_dPcrit; }
+  double GetTriplePointTemperature() const override { return m_dTtrip; }
+
+  /// Atoms per molecule; default 1.
+  std::int32_t m_nAtoms = 1;
+  /// Molar mass, g/mol; default 0.
+  double m_dMolecularWeight = 0.0;
+  /// Reserved fluid constant (dimensionless), only carried; default 1.
+  double m_dReserved1 = 1.0;
+  /// Seal-material flag (0 or 1), stored only; default 0.
+  std::uint32_t m_uUseKalrez = 0;
+  /// Reserved fluid constant (dimensionless), only carried; default 0.
+  double m_dReserved2 = 0.0;
+  /// Reserved fluid constant (dimensionless), only carried; default 0.
+  double m_dReserved3 = 0.0;
+  /// Specific heat capacity, in the gas file's unit; default 1.
+  double m_dSpecificHeat = 1.0;
+  /// Critical temperature, K; 0 = unknown, and saturation lookups then fail.
+  double m_dTcrit = 0.0;
+  /// Critical pressure, table pressure unit; 0 = unknown.
+  double m_dPcrit = 0.0;
+  /// Triple-point temperature, K.
+  double m_dTtrip = 0.0;
+  /// Triple-point pressure, table pressure unit.
+  double m_dPtrip = 0.0;
+  /// Pressure grid, table unit, ascending (nP).
+  CNumVector<double> m_vPressures;
+  /// Temperature grid, K, ascending (nT).
+  CNumVector<double> m_vTemperatures;
+  /// Saturation pressure per grid temperature, table unit; <= 0 = no value.
+  CNumVector<double> m_vPsat;
+  /// Sublimation pressure per grid temperature, table unit; <= 0 = no value.
+  CNumVector<double> m_vPsub;
+  /// Surface tension per grid temperature, table unit (mN/m).
+  CNumVector<double> m_vSurfaceTension;
+  /// Liquid molar volume per grid temperature, table unit (cm3/mol); <= 0 = no value.
+  CNumVector<double> m_vLiquidMolarVolume;
+  /// Compressibility factor (dimensionless), nP rows of nT; <= 0 = no gas phase.
+  CNumMatrix<double> m_mCompressibility;
+  /// Pressure interval of the previous lookup (index), where the next one starts.
+  mutable std::size_t m_nLastPressureIndex = 0;
+  /// Temperature interval of the previous lookup (index), where the next one starts.
+  mutable std::size_t m_nLastTemperatureIndex = 0;
+  /// Name of the gas file the table came from; empty when filled otherwise.
+  CStr m_sName;
+};
