@@ -1,8 +1,22 @@
 #include "fiofla/compress.h"
 
+#include <dlfcn.h>
+#include <rapidjson/document.h>
+#include <rapidjson/error/en.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
 
+#include "fiofla/io/file_util.h"
 #include "fiofla/num/interpolate.h"
 
 namespace {
@@ -44,6 +58,11 @@ double CGasCompressibilityBase::operator()(double pressure, double temperature,
 
 CGasCompressibilityTable::CGasCompressibilityTable() {
   InitializeFluidProperties();
+}
+
+CGasCompressibilityTable::CGasCompressibilityTable(CStr const& path) {
+  InitializeFluidProperties();
+  if (!path.empty()) ReadFromFile(path);
 }
 
 void CGasCompressibilityTable::Set(SCompressTable const& record) {
@@ -161,6 +180,10 @@ double CGasCompressibilityTable::GetTemperatureRange(double t, std::size_t count
 
 double CGasCompressibilityTable::GetRawCompressibility(double pressure, double temperature) const {
   if (m_vPressures.size() < 2 || m_vTemperatures.size() < 2) return 1.0;
+  // A matrix out of step with the grids (a failed read) must not be indexed.
+  if (m_mCompressibility.rows() != m_vPressures.size() ||
+      m_mCompressibility.cols() != m_vTemperatures.size())
+    return 1.0;
   const std::size_t i = FindLowerIndex(pressure, m_vPressures, m_nLastPressureIndex);
   const std::size_t j = FindLowerIndex(temperature, m_vTemperatures, m_nLastTemperatureIndex);
   m_nLastPressureIndex = i;
@@ -227,4 +250,526 @@ double CGasCompressibilityTable::GetLiquidMolarVolume(double temperature) const 
     y[k - begin] = m_vLiquidMolarVolume[k];
   }
   return CNumInterpolate(x, y, CNumInterpolate::eLinear).Interpolate(temperature);
+}
+
+// ---------------------------------------------------------------------------------------
+// Binary stream form.
+
+namespace {
+
+// Doubles are read in pieces of this many, so a stream that claims far more than it
+// holds costs no more memory than it actually supplied.
+constexpr std::size_t kReadChunk = std::size_t(1) << 16;
+
+template <class T>
+bool ReadScalar(std::istream& is, T& value) {
+  static_assert(std::is_arithmetic<T>::value, "scalars only");
+  unsigned char bytes[sizeof(T)];
+  if (!is.read(reinterpret_cast<char*>(bytes), sizeof(T))) return false;
+  if (!fiofla::detail::kHostLittleEndian) std::reverse(bytes, bytes + sizeof(T));
+  std::memcpy(&value, bytes, sizeof(T));
+  return true;
+}
+
+template <class T>
+void WriteScalar(std::ostream& os, T value) {
+  unsigned char bytes[sizeof(T)];
+  std::memcpy(bytes, &value, sizeof(T));
+  if (!fiofla::detail::kHostLittleEndian) std::reverse(bytes, bytes + sizeof(T));
+  os.write(reinterpret_cast<const char*>(bytes), sizeof(T));
+}
+
+bool ReadDoubles(std::istream& is, std::uint64_t count, std::vector<double>& out) {
+  out.clear();
+  while (out.size() < count) {
+    const std::size_t old = out.size();
+    const std::size_t n =
+        static_cast<std::size_t>(std::min<std::uint64_t>(kReadChunk, count - old));
+    out.resize(old + n);
+    if (!is.read(reinterpret_cast<char*>(out.data() + old), std::streamsize(n * sizeof(double))))
+      return false;
+  }
+  if (!fiofla::detail::kHostLittleEndian)
+    fiofla::detail::SwapElementBytes(out.data(), out.size(), sizeof(double));
+  return true;
+}
+
+void Assign(CNumVector<double>& v, std::vector<double> const& values) {
+  v.SetDim(values.size());
+  std::copy(values.begin(), values.end(), v.begin());
+}
+
+// Count, then that many doubles; the vector is replaced only when all of them arrived.
+bool ReadVector(std::istream& is, CNumVector<double>& v) {
+  std::uint32_t count = 0;
+  if (!fiofla::detail::ReadU32LE(is, count)) return false;
+  if (count > CNumVector<double>::kMaxStreamCount) {
+    is.setstate(std::ios::failbit);
+    return false;
+  }
+  std::vector<double> values;
+  if (!ReadDoubles(is, count, values)) return false;
+  Assign(v, values);
+  return true;
+}
+
+}  // namespace
+
+bool CGasCompressibilityTable::Write(std::ostream& os) const {
+  WriteScalar<std::uint8_t>(os, kVersion);
+  WriteScalar<std::int32_t>(os, m_nAtoms);
+  WriteScalar(os, m_dMolecularWeight);
+  WriteScalar(os, m_dReserved1);
+  WriteScalar(os, m_uUseKalrez);
+  WriteScalar(os, m_dReserved2);
+  WriteScalar(os, m_dReserved3);
+  WriteScalar(os, m_dSpecificHeat);
+  WriteScalar(os, m_dTcrit);
+  WriteScalar(os, m_dPcrit);
+  WriteScalar(os, m_dTtrip);
+  WriteScalar(os, m_dPtrip);
+  m_vPressures.Write(os);
+  m_vTemperatures.Write(os);
+  const std::uint64_t rows = m_mCompressibility.rows();
+  const std::uint64_t cols = m_mCompressibility.cols();
+  if (rows > CNumVector<double>::kMaxStreamCount || cols > CNumVector<double>::kMaxStreamCount) {
+    os.setstate(std::ios::failbit);
+    return false;
+  }
+  fiofla::detail::WriteU32LE(os, static_cast<std::uint32_t>(rows));
+  fiofla::detail::WriteU32LE(os, static_cast<std::uint32_t>(cols));
+  for (std::uint64_t i = 0; i < rows; ++i) {
+    // A row resized by hand is written at the matrix width, so the stream stays readable.
+    CNumVector<double> const& row = m_mCompressibility[i];
+    for (std::uint64_t j = 0; j < cols; ++j) WriteScalar(os, j < row.size() ? row[j] : 0.0);
+  }
+  m_vPsat.Write(os);
+  m_vPsub.Write(os);
+  m_vSurfaceTension.Write(os);
+  m_vLiquidMolarVolume.Write(os);
+  return !os.fail();
+}
+
+bool CGasCompressibilityTable::Read(std::istream& is) {
+  InitializeFluidProperties();
+  m_sReadError = CStr();
+  m_nLastPressureIndex = 0;
+  m_nLastTemperatureIndex = 0;
+  auto fail = [&](char const* what) {
+    is.setstate(std::ios::failbit);
+    m_sReadError = CStr(what);
+    return false;
+  };
+  std::uint8_t version = 0;
+  if (!ReadScalar(is, version)) return fail("the stream ends before the version byte");
+  if (version > kVersion) return fail("unknown gas table version");
+  const bool ok = (version < 7 || ReadScalar(is, m_nAtoms)) &&
+                  (version < 3 || ReadScalar(is, m_dMolecularWeight)) &&
+                  (version < 4 || ReadScalar(is, m_dReserved1)) &&
+                  (version < 5 || ReadScalar(is, m_uUseKalrez)) &&
+                  (version < 3 || ReadScalar(is, m_dReserved2)) &&
+                  (version < 6 || ReadScalar(is, m_dReserved3)) &&
+                  (version < 7 || ReadScalar(is, m_dSpecificHeat)) &&
+                  (version < 3 || (ReadScalar(is, m_dTcrit) && ReadScalar(is, m_dPcrit) &&
+                                   ReadScalar(is, m_dTtrip) && ReadScalar(is, m_dPtrip)));
+  if (!ok) return fail("the stream ends inside the fluid constants");
+  if (!ReadVector(is, m_vPressures) || !ReadVector(is, m_vTemperatures))
+    return fail("the pressure or temperature grid is truncated or too long");
+
+  std::uint32_t rows = 0;
+  std::uint32_t cols = 0;
+  if (!fiofla::detail::ReadU32LE(is, rows) || !fiofla::detail::ReadU32LE(is, cols))
+    return fail("the stream ends before the compressibility matrix");
+  if (rows != m_vPressures.size() || (rows != 0 && cols != m_vTemperatures.size()))
+    return fail("the compressibility matrix does not match the pressure and temperature grids");
+  std::vector<double> values;
+  if (!ReadDoubles(is, std::uint64_t(rows) * cols, values))
+    return fail("the compressibility matrix is truncated");
+  m_mCompressibility.SetDim(rows, rows != 0 ? cols : 0);
+  for (std::uint32_t i = 0; i < rows; ++i)
+    std::copy_n(values.begin() + std::ptrdiff_t(std::size_t(i) * cols), cols,
+                m_mCompressibility[i].begin());
+
+  if (version == 2) {
+    CStr discarded;
+    if (!discarded.Read(is)) return fail("the embedded text of a version 2 table is truncated");
+  }
+  InitializeRows();
+  const bool curves = (version < 2 || ReadVector(is, m_vPsat)) &&
+                      (version < 3 || ReadVector(is, m_vPsub)) &&
+                      (version < 2 || ReadVector(is, m_vSurfaceTension)) &&
+                      (version < 2 || ReadVector(is, m_vLiquidMolarVolume));
+  if (!curves) return fail("a saturation, surface tension or liquid volume curve is truncated");
+  return !is.fail();
+}
+
+// ---------------------------------------------------------------------------------------
+// JSON document form.
+
+namespace {
+
+// Member keys in the order they are written.
+constexpr char const* kKeyKalrez = "use Kalrez";
+constexpr char const* kKeyAtoms = "number of atoms";
+constexpr char const* kKeySpecificHeat = "specific heat capacity";
+constexpr char const* kKeyTcrit = "Tcrit";
+constexpr char const* kKeyPcrit = "Pcrit";
+constexpr char const* kKeyTtrip = "Ttrip";
+constexpr char const* kKeyPtrip = "Ptrip";
+constexpr char const* kKeyTemperature = "temperature";
+constexpr char const* kKeyPsat = "Psat";
+constexpr char const* kKeyPsub = "Psub";
+constexpr char const* kKeySurfaceTension = "surface tension";
+constexpr char const* kKeyLiquidVolume = "liquid molar volume";
+constexpr char const* kKeyPressure = "pressure";
+constexpr char const* kKeyCompressibility = "compressibility";
+constexpr char const* kKeyMolecularWeight = "molecular weight";
+
+bool AllFinite(CNumVector<double> const& v) {
+  return std::all_of(v.begin(), v.end(), [](double x) { return std::isfinite(x); });
+}
+
+rapidjson::Value JsonArray(CNumVector<double> const& v, std::uint64_t n,
+                           rapidjson::Document::AllocatorType& alloc) {
+  rapidjson::Value array(rapidjson::kArrayType);
+  array.Reserve(static_cast<rapidjson::SizeType>(n), alloc);
+  for (std::uint64_t i = 0; i < n; ++i) array.PushBack(i < v.size() ? v[i] : 0.0, alloc);
+  return array;
+}
+
+// Reads a member that must be an array of numbers; `expected` < 0 accepts any length.
+bool JsonNumbers(rapidjson::Value const& object, char const* key, long long expected,
+                 CNumVector<double>& out, std::string& error) {
+  auto it = object.FindMember(key);
+  if (it == object.MemberEnd()) {
+    error = std::string("missing key \"") + key + "\"";
+    return false;
+  }
+  rapidjson::Value const& array = it->value;
+  if (!array.IsArray()) {
+    error = std::string("\"") + key + "\" is not an array";
+    return false;
+  }
+  if (expected >= 0 && array.Size() != static_cast<unsigned long long>(expected)) {
+    error = std::string("\"") + key + "\" has " + std::to_string(array.Size()) + " values where " +
+            std::to_string(expected) + " are expected";
+    return false;
+  }
+  out.SetDim(array.Size());
+  for (rapidjson::SizeType i = 0; i < array.Size(); ++i) {
+    if (!array[i].IsNumber()) {
+      error = std::string("\"") + key + "\" value " + std::to_string(i + 1) + " is not a number";
+      return false;
+    }
+    out[i] = array[i].GetDouble();
+  }
+  return true;
+}
+
+bool JsonNumber(rapidjson::Value const& object, char const* key, double& out, std::string& error) {
+  auto it = object.FindMember(key);
+  if (it == object.MemberEnd() || !it->value.IsNumber()) {
+    error =
+        std::string(it == object.MemberEnd() ? "missing key \"" : "not a number: \"") + key + "\"";
+    return false;
+  }
+  out = it->value.GetDouble();
+  return true;
+}
+
+}  // namespace
+
+bool CGasCompressibilityTable::WriteJson(rapidjson::Document& doc) const {
+  const std::uint64_t rows = m_mCompressibility.rows();
+  const std::uint64_t nt = m_vTemperatures.size();
+  // JSON has no NaN or infinity, so such a table cannot be written faithfully.
+  const double constants[] = {m_dSpecificHeat, m_dTcrit, m_dPcrit,
+                              m_dTtrip,        m_dPtrip, m_dMolecularWeight};
+  if (!std::all_of(std::begin(constants), std::end(constants),
+                   [](double x) { return std::isfinite(x); }))
+    return false;
+  for (auto const* v : {&m_vTemperatures, &m_vPsat, &m_vPsub, &m_vSurfaceTension,
+                        &m_vLiquidMolarVolume, &m_vPressures})
+    if (!AllFinite(*v)) return false;
+  for (std::uint64_t i = 0; i < rows; ++i)
+    if (!AllFinite(m_mCompressibility[i])) return false;
+
+  doc.SetObject();
+  auto& alloc = doc.GetAllocator();
+  doc.AddMember(rapidjson::StringRef(kKeyKalrez), m_uUseKalrez != 0, alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyAtoms), m_nAtoms, alloc);
+  doc.AddMember(rapidjson::StringRef(kKeySpecificHeat), m_dSpecificHeat, alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyTcrit), m_dTcrit, alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyPcrit), m_dPcrit, alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyTtrip), m_dTtrip, alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyPtrip), m_dPtrip, alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyTemperature), JsonArray(m_vTemperatures, nt, alloc),
+                alloc);
+  // The curves are written one value per grid temperature, as readers expect.
+  doc.AddMember(rapidjson::StringRef(kKeyPsat), JsonArray(m_vPsat, nt, alloc), alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyPsub), JsonArray(m_vPsub, nt, alloc), alloc);
+  doc.AddMember(rapidjson::StringRef(kKeySurfaceTension), JsonArray(m_vSurfaceTension, nt, alloc),
+                alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyLiquidVolume), JsonArray(m_vLiquidMolarVolume, nt, alloc),
+                alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyPressure),
+                JsonArray(m_vPressures, m_vPressures.size(), alloc), alloc);
+  rapidjson::Value matrix(rapidjson::kArrayType);
+  for (std::uint64_t i = 0; i < rows; ++i)
+    matrix.PushBack(JsonArray(m_mCompressibility[i], nt, alloc), alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyCompressibility), matrix, alloc);
+  doc.AddMember(rapidjson::StringRef(kKeyMolecularWeight), m_dMolecularWeight, alloc);
+  return true;
+}
+
+namespace {
+
+// Defaults and no grids: what a rejected document leaves, never a mixture of old and new.
+void ResetTable(CGasCompressibilityTable& table) {
+  table.InitializeFluidProperties();
+  table.m_vPressures.SetDim(0);
+  table.m_vTemperatures.SetDim(0);
+  table.m_mCompressibility.SetDim(0, 0);
+  table.InitializeRows();
+  table.m_nLastPressureIndex = 0;
+  table.m_nLastTemperatureIndex = 0;
+  table.m_sReadError = CStr();
+}
+
+}  // namespace
+
+bool CGasCompressibilityTable::ReadJson(rapidjson::Document const& doc) {
+  ResetTable(*this);
+
+  std::string error;
+  auto fail = [&]() {
+    m_sReadError = CStr(error);
+    return false;
+  };
+  if (!doc.IsObject()) {
+    error = "the document is not a JSON object";
+    return fail();
+  }
+  auto kalrez = doc.FindMember(kKeyKalrez);
+  if (kalrez == doc.MemberEnd() || !kalrez->value.IsBool()) {
+    error = std::string("\"") + kKeyKalrez + "\" is missing or not true/false";
+    return fail();
+  }
+  auto atoms = doc.FindMember(kKeyAtoms);
+  if (atoms == doc.MemberEnd() || !atoms->value.IsInt()) {
+    error = std::string("\"") + kKeyAtoms + "\" is missing or not an integer";
+    return fail();
+  }
+  double specificHeat = 0.0, tcrit = 0.0, pcrit = 0.0, ttrip = 0.0, ptrip = 0.0;
+  if (!JsonNumber(doc, kKeySpecificHeat, specificHeat, error) ||
+      !JsonNumber(doc, kKeyTcrit, tcrit, error) || !JsonNumber(doc, kKeyPcrit, pcrit, error) ||
+      !JsonNumber(doc, kKeyTtrip, ttrip, error) || !JsonNumber(doc, kKeyPtrip, ptrip, error))
+    return fail();
+  CNumVector<double> temperatures, psat, psub, tension, volume, pressures;
+  if (!JsonNumbers(doc, kKeyTemperature, -1, temperatures, error)) return fail();
+  const long long nt = static_cast<long long>(temperatures.size());
+  if (!JsonNumbers(doc, kKeyPsat, nt, psat, error) ||
+      !JsonNumbers(doc, kKeyPsub, nt, psub, error) ||
+      !JsonNumbers(doc, kKeySurfaceTension, nt, tension, error) ||
+      !JsonNumbers(doc, kKeyLiquidVolume, nt, volume, error) ||
+      !JsonNumbers(doc, kKeyPressure, -1, pressures, error))
+    return fail();
+  auto matrixIt = doc.FindMember(kKeyCompressibility);
+  if (matrixIt == doc.MemberEnd() || !matrixIt->value.IsArray()) {
+    error = std::string("\"") + kKeyCompressibility + "\" is missing or not an array";
+    return fail();
+  }
+  rapidjson::Value const& matrix = matrixIt->value;
+  if (matrix.Size() != pressures.size()) {
+    error = std::string("\"") + kKeyCompressibility + "\" has " + std::to_string(matrix.Size()) +
+            " rows for " + std::to_string(pressures.size()) + " pressures";
+    return fail();
+  }
+  CNumMatrix<double> z(matrix.Size(), matrix.Size() != 0 ? temperatures.size() : 0);
+  for (rapidjson::SizeType i = 0; i < matrix.Size(); ++i) {
+    rapidjson::Value const& row = matrix[i];
+    if (!row.IsArray() || row.Size() != temperatures.size()) {
+      error = std::string("\"") + kKeyCompressibility + "\" row " + std::to_string(i + 1) +
+              " is not an array of " + std::to_string(temperatures.size()) + " numbers";
+      return fail();
+    }
+    for (rapidjson::SizeType j = 0; j < row.Size(); ++j) {
+      if (!row[j].IsNumber()) {
+        error = std::string("\"") + kKeyCompressibility + "\" row " + std::to_string(i + 1) +
+                " value " + std::to_string(j + 1) + " is not a number";
+        return fail();
+      }
+      z(i, j) = row[j].GetDouble();
+    }
+  }
+  double molecularWeight = 0.0;
+  if (doc.HasMember(kKeyMolecularWeight) &&
+      !JsonNumber(doc, kKeyMolecularWeight, molecularWeight, error))
+    return fail();
+
+  m_uUseKalrez = kalrez->value.GetBool() ? 1u : 0u;
+  m_nAtoms = atoms->value.GetInt();
+  m_dSpecificHeat = specificHeat;
+  m_dTcrit = tcrit;
+  m_dPcrit = pcrit;
+  m_dTtrip = ttrip;
+  m_dPtrip = ptrip;
+  m_dMolecularWeight = molecularWeight;
+  m_vTemperatures = std::move(temperatures);
+  m_vPsat = std::move(psat);
+  m_vPsub = std::move(psub);
+  m_vSurfaceTension = std::move(tension);
+  m_vLiquidMolarVolume = std::move(volume);
+  m_vPressures = std::move(pressures);
+  m_mCompressibility = std::move(z);
+  return true;
+}
+
+namespace {
+
+// One member per line and one matrix row per line: readable, diffable, still compact.
+std::string FormatGasJson(rapidjson::Document const& doc) {
+  auto compact = [](rapidjson::Value const& value) {
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    value.Accept(writer);
+    return std::string(buffer.GetString(), buffer.GetSize());
+  };
+  std::string out = "{\n";
+  bool first = true;
+  for (auto it = doc.MemberBegin(); it != doc.MemberEnd(); ++it) {
+    if (!first) out += ",\n";
+    first = false;
+    out += "  " + compact(it->name) + ": ";
+    if (it->value.IsArray() && !it->value.Empty() && it->value[0].IsArray()) {
+      out += "[\n";
+      for (rapidjson::SizeType i = 0; i < it->value.Size(); ++i)
+        out += "    " + compact(it->value[i]) + (i + 1 < it->value.Size() ? ",\n" : "\n");
+      out += "  ]";
+    } else {
+      out += compact(it->value);
+    }
+  }
+  out += "\n}\n";
+  return out;
+}
+
+// Line (1-based) of a byte offset in text.
+std::size_t LineOf(std::string const& text, std::size_t offset) {
+  offset = std::min(offset, text.size());
+  return 1 + static_cast<std::size_t>(
+                 std::count(text.begin(), text.begin() + std::ptrdiff_t(offset), '\n'));
+}
+
+}  // namespace
+
+bool CGasCompressibilityTable::WriteToFile(CStr const& path) const {
+  rapidjson::Document doc;
+  if (!WriteJson(doc)) return false;
+  return fiofla::WriteFileAtomically(path.c_str(), FormatGasJson(doc), nullptr);
+}
+
+bool CGasCompressibilityTable::ReadFromFile(CStr const& path) {
+  m_sName = path;
+  m_sReadError = CStr();
+  std::string text;
+  const fiofla::FileReadStatus status = fiofla::ReadFileLimited(path.c_str(), kMaxFileBytes, &text);
+  // Opened-but-unreadable (a folder, an I/O error) counts as not opened: nothing usable.
+  m_bValid = status == fiofla::FileReadStatus::kOk || status == fiofla::FileReadStatus::kTooLarge;
+  const std::string where = std::string(path.c_str());
+  switch (status) {
+    case fiofla::FileReadStatus::kNotOpened:
+      m_sReadError = CStr(where + ": cannot open the file");
+      return false;
+    case fiofla::FileReadStatus::kNotRead:
+      m_sReadError = CStr(where + ": cannot read the file");
+      return false;
+    case fiofla::FileReadStatus::kTooLarge:
+      m_sReadError = CStr(where + ": larger than " + std::to_string(kMaxFileBytes >> 20) +
+                          " MiB, not a gas table");
+      return false;
+    case fiofla::FileReadStatus::kOk:
+      break;
+  }
+  rapidjson::Document doc;
+  doc.Parse(text.c_str(), text.size());
+  if (doc.HasParseError()) {
+    ResetTable(*this);
+    m_sReadError = CStr(where + ":" + std::to_string(LineOf(text, doc.GetErrorOffset())) + ": " +
+                        rapidjson::GetParseError_En(doc.GetParseError()));
+    return false;
+  }
+  if (!ReadJson(doc)) {
+    m_sReadError = CStr(where + ": " + std::string(m_sReadError.c_str()));
+    return false;
+  }
+  return true;
+}
+
+// ---------------------------------------------------------------------------------------
+// Cache.
+
+CGasCompressibilityCache CGasCompressibilityCache::ms_cCache;
+
+CGasCompressibilityTable* CGasCompressibilityCache::GetGas(CStr const& name) {
+  if (name.empty()) return nullptr;
+  for (int k = 0; k < kSlots; ++k)
+    if (m_pTables[k] != nullptr && m_sNames[k] == name) return m_pTables[k];
+  // The oldest slot is given up before loading, whether or not the load succeeds.
+  if (!m_sNames[kSlots - 1].empty() || m_pTables[kSlots - 1] != nullptr) {
+    m_sNames[kSlots - 1] = CStr();
+    delete m_pTables[kSlots - 1];
+    m_pTables[kSlots - 1] = nullptr;
+  }
+  const CStr path = GetEffectiveDirectory() + L"/" + name + L".fpi";
+  auto table = std::make_unique<CGasCompressibilityTable>(path);
+  if (!table->IsValid()) return nullptr;
+  for (int k = kSlots - 1; k > 0; --k) {
+    m_sNames[k] = m_sNames[k - 1];
+    m_pTables[k] = m_pTables[k - 1];
+  }
+  m_sNames[0] = name;
+  m_pTables[0] = table.release();
+  return m_pTables[0];
+}
+
+void CGasCompressibilityCache::SetDirectory(CStr const& directory) {
+  if (directory == m_sDirectory) return;
+  Clear();
+  m_sDirectory = directory;
+}
+
+CStr CGasCompressibilityCache::GetEffectiveDirectory() const {
+  return m_sDirectory.empty() ? DefaultDirectory() : m_sDirectory;
+}
+
+CStr CGasCompressibilityCache::DefaultDirectory() {
+  const char* env = std::getenv("FIOFLA_GAS_DIR");
+  if (env != nullptr && *env != '\0') return CStr(env);
+  // Beside the library first, so a moved installation (or the build tree, which mirrors
+  // the installed layout) finds its own tables.
+  Dl_info info{};
+  if (::dladdr(reinterpret_cast<void*>(&CGasCompressibilityCache::DefaultDirectory), &info) != 0 &&
+      info.dli_fname != nullptr) {
+    std::string lib = info.dli_fname;
+    const std::size_t slash = lib.rfind('/');
+    if (slash != std::string::npos) {
+      const std::string dir = lib.substr(0, slash) + "/" + FIOFLA_GAS_DIR_FROM_LIBDIR;
+      struct stat st {};
+      if (::stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return CStr(dir);
+    }
+  }
+  return CStr(FIOFLA_INSTALLED_GAS_DIR);
+}
+
+CStr CGasCompressibilityCache::GetSlotName(int slot) const {
+  return slot >= 0 && slot < kSlots ? m_sNames[slot] : CStr();
+}
+
+void CGasCompressibilityCache::Clear() {
+  for (int k = 0; k < kSlots; ++k) {
+    delete m_pTables[k];
+    m_pTables[k] = nullptr;
+    m_sNames[k] = CStr();
+  }
 }

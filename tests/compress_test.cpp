@@ -1,9 +1,18 @@
 #include "fiofla/compress.h"
 
 #include <gtest/gtest.h>
+#include <rapidjson/document.h>
+#include <unistd.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "test_util.h"
@@ -279,4 +288,358 @@ TEST(GasCompressibility, IntervalSearchAndTemperatureRuns) {
   EXPECT_EQ(first, 0u);
   EXPECT_EQ(Table().GetTemperatureRange(85.0, 2, 0, &first, &number), 0.0);
   EXPECT_EQ(number, 0u);
+}
+
+// ---------------------------------------------------------------------------------------
+// Files and cache.
+
+namespace {
+
+// A table with every field set to a distinct value, so a field read into the wrong
+// place shows.
+Table FullTable(double tcrit = 126.19) {
+  Table table =
+      MakeTable({0.0, 380.0, 760.0}, {70.0, 77.35, 87.3, 300.0},
+                {{1.0, 1.0, 1.0, 1.0}, {-1.0, 0.975, 0.99, 0.9999}, {-1.0, 0.951, 0.98, 0.9998}});
+  table.m_nAtoms = 2;
+  table.m_dMolecularWeight = 28.0134;
+  table.m_dReserved1 = 1.25;
+  table.m_uUseKalrez = 1;
+  table.m_dReserved2 = 2.5;
+  table.m_dReserved3 = 3.75;
+  table.m_dSpecificHeat = 1.04;
+  table.m_dTcrit = tcrit;
+  table.m_dPcrit = 25461.0;
+  table.m_dTtrip = 63.151;
+  table.m_dPtrip = 93.975;
+  for (std::size_t j = 0; j < 4; ++j) {
+    table.m_vPsat[j] = 100.0 * (j + 1);
+    table.m_vPsub[j] = j < 1 ? 20.0 : 0.0;
+    table.m_vSurfaceTension[j] = 10.0 - j;
+    table.m_vLiquidMolarVolume[j] = 34.0 + j;
+  }
+  return table;
+}
+
+void ExpectSameTable(Table const& a, Table const& b) {
+  EXPECT_EQ(a.m_nAtoms, b.m_nAtoms);
+  EXPECT_EQ(a.m_uUseKalrez, b.m_uUseKalrez);
+  EXPECT_EQ(a.m_dSpecificHeat, b.m_dSpecificHeat);
+  EXPECT_EQ(a.m_dTcrit, b.m_dTcrit);
+  EXPECT_EQ(a.m_dPcrit, b.m_dPcrit);
+  EXPECT_EQ(a.m_dTtrip, b.m_dTtrip);
+  EXPECT_EQ(a.m_dPtrip, b.m_dPtrip);
+  EXPECT_EQ(a.m_dMolecularWeight, b.m_dMolecularWeight);
+  EXPECT_EQ(a.m_vPressures, b.m_vPressures);
+  EXPECT_EQ(a.m_vTemperatures, b.m_vTemperatures);
+  EXPECT_EQ(a.m_vPsat, b.m_vPsat);
+  EXPECT_EQ(a.m_vPsub, b.m_vPsub);
+  EXPECT_EQ(a.m_vSurfaceTension, b.m_vSurfaceTension);
+  EXPECT_EQ(a.m_vLiquidMolarVolume, b.m_vLiquidMolarVolume);
+  ASSERT_EQ(a.m_mCompressibility.rows(), b.m_mCompressibility.rows());
+  for (std::size_t i = 0; i < a.m_mCompressibility.rows(); ++i)
+    EXPECT_EQ(a.m_mCompressibility[i], b.m_mCompressibility[i]) << "row " << i;
+}
+
+// Little-endian stream builder for hand-made older versions.
+struct Bytes {
+  std::string s;
+  template <class T>
+  Bytes& Put(T v) {
+    char b[sizeof(T)];
+    std::memcpy(b, &v, sizeof(T));  // the test hosts are little-endian
+    s.append(b, sizeof(T));
+    return *this;
+  }
+  Bytes& Vec(std::vector<double> const& v) {
+    Put<std::uint32_t>(std::uint32_t(v.size()));
+    for (double x : v) Put(x);
+    return *this;
+  }
+  // Grids 1 x 2 and a 1 x 2 matrix: the part every version has.
+  Bytes& Grids() {
+    Vec({0.0}).Vec({77.0, 90.0});
+    return Put<std::uint32_t>(1).Put<std::uint32_t>(2).Put(0.99).Put(0.995);
+  }
+};
+
+struct TempDir {
+  std::filesystem::path path;
+  TempDir() {
+    path = std::filesystem::temp_directory_path() /
+           ("fiofla-gas-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+    std::filesystem::create_directories(path);
+  }
+  ~TempDir() { std::filesystem::remove_all(path); }
+  std::string operator/(std::string const& name) const { return (path / name).string(); }
+  static inline int counter = 0;
+};
+
+std::string Slurp(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// The gas-file text of a table, as WriteToFile produces it.
+std::string FormatGood(Table const& table) {
+  TempDir dir;
+  EXPECT_TRUE(table.WriteToFile(CStr(dir / "gas.fpi")));
+  return Slurp(dir / "gas.fpi");
+}
+
+std::string Replace(std::string text, std::string const& from, std::string const& to) {
+  const std::size_t at = text.find(from);
+  EXPECT_NE(at, std::string::npos) << from;
+  if (at != std::string::npos) text.replace(at, from.size(), to);
+  return text;
+}
+
+}  // namespace
+
+TEST(GasTableStream, Version7RoundTripsEveryField) {
+  const Table table = FullTable();
+  std::stringstream stream;
+  ASSERT_TRUE(table.Write(stream));
+  EXPECT_EQ(table.GetVersion(), 7);
+  // 81 bytes of constants, 2 grids, 8-byte matrix header, 12 values, 4 curves of 4.
+  EXPECT_EQ(stream.str().size(), 81u + (4 + 24) + (4 + 32) + 8 + 96 + 4 * (4 + 32));
+  EXPECT_EQ(stream.str()[0], 7);
+  Table back;
+  back.m_dTcrit = 5.0;  // reading starts from the defaults
+  ASSERT_TRUE(back.Read(stream));
+  ExpectSameTable(table, back);
+  EXPECT_EQ(back.m_dReserved1, 1.25);
+  EXPECT_EQ(back.m_dReserved2, 2.5);
+  EXPECT_EQ(back.m_dReserved3, 3.75);
+  EXPECT_TRUE(back.GetReadError().empty());
+}
+
+TEST(GasTableStream, OlderVersionsKeepDefaultsForFieldsTheyLack) {
+  {  // Version 0 and 1: grids and matrix only.
+    for (std::uint8_t v : {0, 1}) {
+      Bytes b;
+      b.Put(v).Grids();
+      std::istringstream in(b.s);
+      Table t;
+      ASSERT_TRUE(t.Read(in)) << int(v);
+      EXPECT_EQ(t.m_dTcrit, 0.0);
+      EXPECT_EQ(t.m_nAtoms, 1);
+      EXPECT_EQ(t.m_dSpecificHeat, 1.0);
+      EXPECT_EQ(t.GetRawCompressibility(0.0, 77.0), 1.0);  // a 1 x 2 table is ideal
+      EXPECT_EQ(t.m_mCompressibility(0, 1), 0.995);
+      EXPECT_EQ(t.m_vPsat, CNumVector<double>(2));  // curves sized to the grid, zero
+    }
+  }
+  {  // Version 2: the embedded text is skipped, and there is no Psub.
+    Bytes b;
+    b.Put<std::uint8_t>(2).Grids();
+    b.Put<std::uint32_t>(5).s += "nitro";
+    b.Vec({700.0, 2700.0}).Vec({8.9, 6.0}).Vec({34.7, 38.0});
+    std::istringstream in(b.s);
+    Table t;
+    ASSERT_TRUE(t.Read(in));
+    EXPECT_EQ(t.m_vPsat, (CNumVector<double>{700.0, 2700.0}));
+    EXPECT_EQ(t.m_vSurfaceTension, (CNumVector<double>{8.9, 6.0}));
+    EXPECT_EQ(t.m_vLiquidMolarVolume, (CNumVector<double>{34.7, 38.0}));
+    EXPECT_EQ(t.m_vPsub, CNumVector<double>(2));
+    EXPECT_EQ(in.peek(), std::char_traits<char>::eof());
+  }
+  {  // Version 3 adds the constants before the reserved ones of 4 to 6 existed.
+    Bytes b;
+    b.Put<std::uint8_t>(3).Put(28.0).Put(9.0).Put(126.2).Put(25000.0).Put(63.1).Put(94.0);
+    b.Grids().Vec({700.0, 2700.0}).Vec({1.0, 0.0}).Vec({8.9, 6.0}).Vec({34.7, 38.0});
+    std::istringstream in(b.s);
+    Table t;
+    ASSERT_TRUE(t.Read(in));
+    EXPECT_EQ(t.m_dMolecularWeight, 28.0);
+    EXPECT_EQ(t.m_dReserved2, 9.0);
+    EXPECT_EQ(t.m_dReserved1, 1.0);
+    EXPECT_EQ(t.m_dPtrip, 94.0);
+    EXPECT_EQ(t.m_vPsub, (CNumVector<double>{1.0, 0.0}));
+    EXPECT_EQ(t.m_nAtoms, 1);
+  }
+}
+
+TEST(GasTableStream, DamagedStreamsFailWithoutOverreaching) {
+  std::stringstream good;
+  ASSERT_TRUE(FullTable().Write(good));
+  const std::string bytes = good.str();
+  // Every truncation fails, and whatever was kept is still safe to query.
+  for (std::size_t n = 0; n < bytes.size(); ++n) {
+    std::istringstream in(bytes.substr(0, n));
+    Table t;
+    EXPECT_FALSE(t.Read(in)) << n;
+    EXPECT_TRUE(in.fail());
+    EXPECT_FALSE(t.GetReadError().empty());
+    double psat = 0.0, temperature = 0.0;
+    EXPECT_TRUE(std::isfinite(t(380.0, 80.0, &temperature))) << n;
+    t.CalcPsatFromTemp(&psat, 80.0, false);
+    t.CalcTempFromPsat(&temperature, 300.0, true);
+    t.GetLiquidMolarVolume(80.0);
+  }
+  auto failsWith = [](std::string const& stream, char const* message) {
+    std::istringstream in(stream);
+    Table t;
+    EXPECT_FALSE(t.Read(in));
+    EXPECT_NE(std::string(t.GetReadError().c_str()).find(message), std::string::npos)
+        << t.GetReadError().c_str();
+    EXPECT_EQ(t.GetRawCompressibility(0.0, 80.0), 1.0);
+  };
+  // A count just over the limit fails before any allocation is attempted.
+  failsWith(Bytes().Put<std::uint8_t>(0).Put<std::uint32_t>(10000001u).s, "too long");
+  // A huge but allowed count on a short stream fails as truncated.
+  failsWith(Bytes().Put<std::uint8_t>(0).Put<std::uint32_t>(10000000u).Put(1.0).s, "truncated");
+  // Matrix shapes that disagree with the grids.
+  failsWith(Bytes()
+                .Put<std::uint8_t>(0)
+                .Vec({0.0})
+                .Vec({77.0, 90.0})
+                .Put<std::uint32_t>(2)
+                .Put<std::uint32_t>(2)
+                .s,
+            "does not match");
+  failsWith(Bytes()
+                .Put<std::uint8_t>(0)
+                .Vec({0.0})
+                .Vec({77.0, 90.0})
+                .Put<std::uint32_t>(1)
+                .Put<std::uint32_t>(3)
+                .s,
+            "does not match");
+  failsWith(Bytes().Put<std::uint8_t>(8).Grids().s, "unknown gas table version");
+}
+
+TEST(GasTableJson, RoundTripKeepsKeyOrderAndRefusesBadDocuments) {
+  const Table table = FullTable();
+  rapidjson::Document doc;
+  ASSERT_TRUE(table.WriteJson(doc));
+  std::vector<std::string> keys;
+  for (auto it = doc.MemberBegin(); it != doc.MemberEnd(); ++it)
+    keys.push_back(it->name.GetString());
+  const std::vector<std::string> expected = {
+      "use Kalrez", "number of atoms", "specific heat capacity",
+      "Tcrit",      "Pcrit",           "Ttrip",
+      "Ptrip",      "temperature",     "Psat",
+      "Psub",       "surface tension", "liquid molar volume",
+      "pressure",   "compressibility", "molecular weight"};
+  EXPECT_EQ(keys, expected);
+  EXPECT_EQ(doc["compressibility"][1][2].GetDouble(), 0.99);  // row = pressure
+
+  Table back;
+  ASSERT_TRUE(back.ReadJson(doc));
+  ExpectSameTable(table, back);
+  EXPECT_EQ(back.m_dReserved1, 1.0);  // reserved constants are not carried
+
+  // Without our molar-mass member the document still reads, with molar mass 0.
+  doc.RemoveMember("molecular weight");
+  ASSERT_TRUE(back.ReadJson(doc));
+  EXPECT_EQ(back.GetMolecularWeight(), 0.0);
+
+  // Each defect is refused with a message naming the key, and leaves the default table.
+  auto refuses = [&](char const* text, char const* message) {
+    rapidjson::Document bad;
+    bad.Parse(text);
+    ASSERT_FALSE(bad.HasParseError()) << text;
+    Table t = FullTable();
+    EXPECT_FALSE(t.ReadJson(bad)) << text;
+    EXPECT_NE(std::string(t.GetReadError().c_str()).find(message), std::string::npos)
+        << t.GetReadError().c_str();
+    EXPECT_TRUE(t.IsEmpty());
+    EXPECT_EQ(t.m_dTcrit, 0.0);
+  };
+  std::string good = FormatGood(table);
+  refuses("[1, 2]", "not a JSON object");
+  refuses(Replace(good, "\"use Kalrez\": true", "\"use Kalrez\": 1").c_str(), "use Kalrez");
+  refuses(Replace(good, "\"number of atoms\": 2", "\"number of atoms\": 2.5").c_str(),
+          "number of atoms");
+  refuses(Replace(good, "\"Tcrit\": 126.19", "\"Tcrit\": \"126.19\"").c_str(), "Tcrit");
+  refuses(Replace(good, "\"Ptrip\": 93.975,", "").c_str(), "missing key \"Ptrip\"");
+  refuses(Replace(good, "\"Psat\": [100.0,", "\"Psat\": [").c_str(), "\"Psat\" has 3 values");
+  refuses(Replace(good, "[-1.0,0.975,0.99,0.9999]", "[-1.0,0.975,0.99]").c_str(), "row 2");
+  refuses(Replace(good, "[-1.0,0.975,0.99,0.9999]", "[-1.0,0.975,null,0.9999]").c_str(),
+          "row 2 value 3");
+  refuses(Replace(good, "\"pressure\": [0.0,380.0,760.0]", "\"pressure\": [0.0,380.0]").c_str(),
+          "3 rows for 2 pressures");
+
+  // A value JSON cannot hold is not written.
+  Table nan = FullTable();
+  nan.m_mCompressibility(2, 3) = std::nan("");
+  rapidjson::Document out;
+  EXPECT_FALSE(nan.WriteJson(out));
+}
+
+TEST(GasTableFile, WritesReadableFilesAndReportsBadOnes) {
+  TempDir dir;
+  const Table table = FullTable();
+  ASSERT_TRUE(table.WriteToFile(CStr(dir / "n2.fpi")));
+  const Table back(CStr(dir / "n2.fpi"));
+  EXPECT_TRUE(back.IsValid());
+  EXPECT_EQ(std::string(back.m_sName.c_str()), dir / "n2.fpi");
+  ExpectSameTable(table, back);
+  // Any whitespace is accepted.
+  {
+    std::ofstream(dir / "flat.fpi") << "  \n\t" << Replace(FormatGood(table), "\n", " ");
+    EXPECT_TRUE(Table().ReadFromFile(CStr(dir / "flat.fpi")));
+  }
+  // A file that cannot be opened gives an invalid table.
+  Table missing(CStr(dir / "none.fpi"));
+  EXPECT_FALSE(missing.IsValid());
+  EXPECT_NE(std::string(missing.GetReadError().c_str()).find("cannot open"), std::string::npos);
+  // A folder opens but cannot be read: treated as unreadable too.
+  EXPECT_FALSE(Table(CStr(dir.path.string())).IsValid());
+  // A file that opens but does not parse: valid flag set, default table, line reported.
+  std::ofstream(dir / "broken.fpi") << "{\n  \"use Kalrez\": true,\n  oops\n}\n";
+  Table broken = FullTable();
+  EXPECT_FALSE(broken.ReadFromFile(CStr(dir / "broken.fpi")));
+  EXPECT_TRUE(broken.IsValid());
+  EXPECT_TRUE(broken.IsEmpty());
+  EXPECT_EQ(broken.GetRawCompressibility(380.0, 80.0), 1.0);
+  EXPECT_NE(std::string(broken.GetReadError().c_str()).find("broken.fpi:3:"), std::string::npos)
+      << broken.GetReadError().c_str();
+  // A table that cannot be written leaves no file, and an existing one unchanged.
+  Table nan = FullTable();
+  nan.m_dPcrit = INFINITY;
+  EXPECT_FALSE(nan.WriteToFile(CStr(dir / "n2.fpi")));
+  EXPECT_EQ(Table(CStr(dir / "n2.fpi")).m_dPcrit, table.m_dPcrit);
+  EXPECT_FALSE(table.WriteToFile(CStr(dir / "no-such-folder/x.fpi")));
+  EXPECT_FALSE(std::filesystem::exists(dir / "no-such-folder"));
+}
+
+TEST(GasCache, KeepsFourMostRecentAndReloadsEvicted) {
+  TempDir dir;
+  const char* names[] = {"a", "b", "c", "d", "e"};
+  for (int k = 0; k < 5; ++k)
+    ASSERT_TRUE(FullTable(100.0 + k).WriteToFile(CStr(dir / (std::string(names[k]) + ".fpi"))));
+  CGasCompressibilityCache cache;
+  cache.SetDirectory(CStr(dir.path.string()));
+  EXPECT_EQ(cache.GetGas(CStr()), nullptr);
+  EXPECT_EQ(cache.GetSlotName(0), CStr());
+  CGasCompressibilityTable* a = cache.GetGas(CStr("a"));
+  ASSERT_NE(a, nullptr);
+  EXPECT_EQ(a->GetCriticalTemperature(), 100.0);
+  for (const char* n : {"b", "c", "d"}) ASSERT_NE(cache.GetGas(CStr(n)), nullptr);
+  EXPECT_EQ(cache.GetGas(CStr("a")), a);  // a hit returns the same table, without reordering
+  EXPECT_EQ(cache.GetSlotName(0), CStr("d"));
+  EXPECT_EQ(cache.GetSlotName(3), CStr("a"));
+  // The fifth gas evicts the oldest; asking for it again reads its file again.
+  ASSERT_NE(cache.GetGas(CStr("e")), nullptr);
+  EXPECT_EQ(cache.GetSlotName(0), CStr("e"));
+  EXPECT_EQ(cache.GetSlotName(3), CStr("b"));
+  ASSERT_TRUE(FullTable(150.0).WriteToFile(CStr(dir / "a.fpi")));
+  CGasCompressibilityTable* again = cache.GetGas(CStr("a"));
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(again->GetCriticalTemperature(), 150.0);
+  EXPECT_EQ(cache.GetSlotName(3), CStr("c"));
+  // A missing gas is null, and still costs the oldest slot.
+  EXPECT_EQ(cache.GetGas(CStr("zz")), nullptr);
+  EXPECT_EQ(cache.GetSlotName(3), CStr());
+  EXPECT_EQ(cache.GetSlotName(0), CStr("a"));
+
+  // Without a directory the environment variable decides.
+  CGasCompressibilityCache byEnv;
+  ::setenv("FIOFLA_GAS_DIR", dir.path.c_str(), 1);
+  EXPECT_EQ(std::string(byEnv.GetEffectiveDirectory().c_str()), dir.path.string());
+  ASSERT_NE(byEnv.GetGas(CStr("e")), nullptr);
+  ::unsetenv("FIOFLA_GAS_DIR");
+  EXPECT_NE(std::string(byEnv.GetEffectiveDirectory().c_str()), dir.path.string());
 }

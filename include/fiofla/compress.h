@@ -28,10 +28,40 @@
 // - Saturation and liquid-volume lookups treat entries missing from a curve
 //   shorter than the grid as no value (false / 0.0) instead of reading past it.
 // - The three reserved fluid constants are kept and defaulted only.
+//
+// Files. A table persists in a versioned little-endian binary stream (Write and
+// Read; versions 0 to 7 are read, 7 is written) and in a JSON document, which is
+// what ".fpi" gas files hold (WriteToFile, ReadFromFile). Choices:
+// - Readers never trust a count: a vector over 10,000,000 elements fails the
+//   stream before anything is allocated, data are read in bounded chunks so a
+//   truncated stream allocates no more than it supplied, and a matrix whose shape
+//   differs from the grids fails the read. A JSON document is checked whole
+//   before it replaces anything, and a rejected one leaves the default table.
+// - Lookups refuse a matrix that is not nP x nT (as after a failed read) and
+//   answer 1.0, as for an empty table, so no partial fill can read out of range.
+// - The JSON form gains one trailing member of ours, "molecular weight"; readers
+//   that do not know it ignore it, and a file without it reads as molar mass 0.
+// - WriteToFile writes a temporary file beside the target and renames it, so a
+//   failed write never leaves a half-written gas file.
+// - ReadFromFile returns false when the file cannot be opened, is larger than
+//   kMaxFileBytes, does not parse or is not a gas table; GetReadError() then says
+//   why. The validity flag records only whether the file opened, so a corrupt
+//   file still yields a (default) table from the cache.
+//
+// CGasCompressibilityCache keeps the four most recently loaded gases, found by
+// name as <directory>/<name>.fpi. Its directory is set with SetDirectory; while
+// none is set it is DefaultDirectory(): the environment variable FIOFLA_GAS_DIR
+// when set and not empty, otherwise the "gases" folder of the data this library
+// ships (share/fiofla/gases beside the installed library, then the configured
+// install prefix).
 #pragma once
+
+#include <rapidjson/fwd.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <istream>
+#include <ostream>
 
 #include "fiofla/num/numvector.h"
 #include "fiofla/str/cstr.h"
@@ -99,8 +129,39 @@ class CGasCompressibilityTable : public CGasCompressibilityBase {
     float compressibility[kMaxPressures][kMaxTemperatures];
   };
 
+  /// Binary stream version that Write produces.
+  static constexpr int kVersion = 7;
+  /// Largest gas file ReadFromFile accepts, bytes.
+  static constexpr std::size_t kMaxFileBytes = std::size_t(256) << 20;
+
   /// Empty table with default fluid constants and no grids.
   CGasCompressibilityTable();
+  /// As the empty table, then ReadFromFile(path) unless the path is empty.
+  explicit CGasCompressibilityTable(CStr const& path);
+
+  /// Version of the binary stream form that Write produces (7).
+  int GetVersion() const { return kVersion; }
+  /// Writes the binary stream form, version 7; true when the stream is good afterwards.
+  bool Write(std::ostream& os) const;
+  /// Reads the binary stream form of any version 0 to 7, starting from default fluid
+  /// constants; true when the whole table was read.
+  bool Read(std::istream& is);
+  /// Replaces the document's content by the JSON form of the table; false when a value
+  /// cannot be written (not finite).
+  bool WriteJson(rapidjson::Document& doc) const;
+  /// Fills the table from a JSON document; false (and the default table) when the
+  /// document is not a complete, consistent gas table.
+  bool ReadJson(rapidjson::Document const& doc);
+  /// Writes the JSON form to path (normally "<gas>.fpi"); false when it could not be
+  /// written, and then no file is left behind or changed.
+  bool WriteToFile(CStr const& path) const;
+  /// Reads a JSON gas file; remembers the path as the name and whether it opened as the
+  /// validity flag. False when it did not open or is not a gas table.
+  bool ReadFromFile(CStr const& path);
+  /// True unless the last ReadFromFile could not open its file.
+  bool IsValid() const { return m_bValid; }
+  /// Why the last read (Read, ReadJson, ReadFromFile) failed; empty after a success.
+  CStr const& GetReadError() const { return m_sReadError; }
 
   /// Replaces grids, curves and matrix by the record's values; does nothing for counts
   /// outside [0, kMaxPressures] / [0, kMaxTemperatures]. Fluid constants are kept.
@@ -185,4 +246,47 @@ class CGasCompressibilityTable : public CGasCompressibilityBase {
   mutable std::size_t m_nLastTemperatureIndex = 0;
   /// Name of the gas file the table came from; empty when filled otherwise.
   CStr m_sName;
+  /// False when the last ReadFromFile could not open its file; true otherwise.
+  bool m_bValid = true;
+  /// Reason the last read failed; empty after a success.
+  CStr m_sReadError;
+};
+
+/// Process-wide store of the gas tables loaded by name, four at most, most recent first.
+class CGasCompressibilityCache {
+ public:
+  /// Number of gases kept.
+  static constexpr int kSlots = 4;
+  /// The library's cache.
+  static CGasCompressibilityCache ms_cCache;
+
+  /// Empty cache without a directory (DefaultDirectory() is then used).
+  CGasCompressibilityCache() = default;
+  ~CGasCompressibilityCache() { Clear(); }
+  CGasCompressibilityCache(CGasCompressibilityCache const&) = delete;
+  CGasCompressibilityCache& operator=(CGasCompressibilityCache const&) = delete;
+
+  /// Table of the gas, loaded from <directory>/<name>.fpi when not kept; null for an
+  /// empty name or a file that cannot be opened. The cache owns the table, and a table
+  /// pushed out by four later loads is destroyed.
+  CGasCompressibilityTable* GetGas(CStr const& name);
+
+  /// Sets the directory gas files are read from; an empty one means DefaultDirectory().
+  /// Changing it empties the cache.
+  void SetDirectory(CStr const& directory);
+  /// The directory set, empty when none.
+  CStr const& GetDirectory() const { return m_sDirectory; }
+  /// The directory GetGas reads from now.
+  CStr GetEffectiveDirectory() const;
+  /// FIOFLA_GAS_DIR when set and not empty, else the shipped gas tables' folder.
+  static CStr DefaultDirectory();
+  /// Name kept in slot (0 = most recent); empty when the slot is free or out of range.
+  CStr GetSlotName(int slot) const;
+  /// Destroys every kept table.
+  void Clear();
+
+ private:
+  CStr m_sDirectory;
+  CStr m_sNames[kSlots];
+  CGasCompressibilityTable* m_pTables[kSlots] = {nullptr, nullptr, nullptr, nullptr};
 };

@@ -1,6 +1,4 @@
 // `fiofla report`: BET report pages of one or more isotherms, rendered as HTML, JSON or text.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -10,6 +8,7 @@
 #include "cli.h"
 #include "cli_common.h"
 #include "fiofla/datagasadsorption.h"
+#include "fiofla/io/file_util.h"
 #include "fiofla/report/report_render.h"
 #include "fiofla/report/report_text.h"
 #include "fiofla/report_bet.h"
@@ -283,33 +282,6 @@ std::vector<std::unique_ptr<CReportPageData>> BuildPages(const ReportOptions& op
   return pages;
 }
 
-// Writes `text` to `path` through a temporary file in the same folder and a rename, so the
-// file is either the whole new report or untouched.
-bool WriteWhole(const std::string& path, const std::string& text, std::string& error) {
-  const std::string temp = path + ".tmp-" + std::to_string(::getpid());
-  {
-    std::ofstream file(temp, std::ios::binary | std::ios::trunc);
-    if (!file) {
-      error = "cannot create '" + temp + "'";
-      return false;
-    }
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    file.flush();
-    if (!file) {
-      file.close();
-      std::remove(temp.c_str());
-      error = "cannot write '" + temp + "'";
-      return false;
-    }
-  }
-  if (std::rename(temp.c_str(), path.c_str()) != 0) {
-    std::remove(temp.c_str());
-    error = "cannot replace '" + path + "'";
-    return false;
-  }
-  return true;
-}
-
 }  // namespace
 
 int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -362,7 +334,7 @@ int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostr
     out << text.str();
   } else {
     std::string error;
-    if (!WriteWhole(opt.output, text.str(), error)) {
+    if (!fiofla::WriteFileAtomically(opt.output, text.str(), &error)) {
       err << "fiofla report: " << error << "\n";
       return kExitInputError;
     }
