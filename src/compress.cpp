@@ -5,12 +5,12 @@
 #include <rapidjson/error/en.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -754,9 +754,11 @@ CStr CGasCompressibilityCache::DefaultDirectory() {
     std::string lib = info.dli_fname;
     const std::size_t slash = lib.rfind('/');
     if (slash != std::string::npos) {
-      const std::string dir = lib.substr(0, slash) + "/" + FIOFLA_GAS_DIR_FROM_LIBDIR;
-      struct stat st {};
-      if (::stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return CStr(dir);
+      const std::filesystem::path dir =
+          (std::filesystem::path(lib.substr(0, slash)) / FIOFLA_GAS_DIR_FROM_LIBDIR)
+              .lexically_normal();
+      std::error_code ec;
+      if (std::filesystem::is_directory(dir, ec)) return CStr(dir.string());
     }
   }
   return CStr(FIOFLA_INSTALLED_GAS_DIR);

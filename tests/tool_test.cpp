@@ -3,11 +3,13 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "cli.h"
 #include "fiofla/calc_bet.h"
+#include "fiofla/compress.h"
 #include "fiofla/datagasadsorption.h"
 #include "fiofla/io/isotherm_file.h"
 #include "test_util.h"
@@ -195,6 +197,101 @@ TEST(ToolReport, BadInputLeavesNoFileBehind) {
   EXPECT_EQ(RunTool({"report"}).code, fiofla::cli::kExitUsageError);
   EXPECT_EQ(RunTool({"report", kExample, "--format", "pdf"}).code, fiofla::cli::kExitUsageError);
   std::remove(out.c_str());
+}
+
+// A small nitrogen-like table: Psat = 760 exp(700 (1/77.35 - 1/T)) mmHg, Z = 1 - 1e-5 p.
+CGasCompressibilityTable SmallGas() {
+  CNumVector<double> p{0.0, 500.0, 1000.0, 1500.0};
+  CNumVector<double> t{70.0, 77.35, 90.0, 130.0};
+  CNumMatrix<double> z(4, 4);
+  CGasCompressibilityTable table;
+  for (std::size_t i = 0; i < 4; ++i)
+    for (std::size_t j = 0; j < 4; ++j) z(i, j) = 1.0 - 1e-5 * p[i];
+  // Condensed at 1000 and 1500 mmHg at the two lowest temperatures.
+  z(2, 0) = z(2, 1) = z(3, 0) = z(3, 1) = -1.0;
+  table.Set(p, t, z);
+  table.InitializeRows();
+  for (std::size_t j = 0; j < 3; ++j)
+    table.m_vPsat[j] = 760.0 * std::exp(700.0 * (1.0 / 77.35 - 1.0 / t[j]));
+  table.m_dTcrit = 126.19;
+  table.m_dPcrit = 25461.0;
+  table.m_dMolecularWeight = 28.0134;
+  return table;
+}
+
+TEST(ToolGas, QueriesAgreeWithTheLibrary) {
+  const std::string dir = ::testing::TempDir() + "fiofla-gas-tool-" + std::to_string(::getpid());
+  std::filesystem::create_directories(dir);
+  const CGasCompressibilityTable gas = SmallGas();
+  ASSERT_TRUE(gas.WriteToFile(CStr(dir + "/n2.fpi")));
+  std::ofstream(dir + "/bad.fpi") << "{ \"use Kalrez\": 3 }";
+
+  const auto list = RunTool({"gas", "list", "--gas-dir", dir});
+  EXPECT_EQ(list.code, 0) << list.err;
+  EXPECT_NE(list.out.find("n2  (Tc 126.19 K, M 28.0134 g/mol, 4 x 4 grid)"), std::string::npos)
+      << list.out;
+  EXPECT_NE(list.out.find("bad  unreadable:"), std::string::npos) << list.out;
+
+  const auto show = RunTool({"gas", "show", "n2", "--gas-dir=" + dir, "--json"});
+  ASSERT_EQ(show.code, 0) << show.err;
+  rapidjson::Document doc;
+  doc.Parse(show.out.c_str());
+  ASSERT_FALSE(doc.HasParseError()) << show.out;
+  EXPECT_EQ(doc["temperatures"].GetInt(), 4);
+  EXPECT_EQ(doc["saturation"].Size(), 3u);
+  EXPECT_EQ(doc["saturation"][1]["psat_mmhg"].GetDouble(), 760.0);
+
+  const auto z = RunTool({"gas", "z", dir + "/n2.fpi", "--p", "250", "--t", "80", "--json"});
+  ASSERT_EQ(z.code, 0) << z.err;
+  doc.Parse(z.out.c_str());
+  double eff = 0.0;
+  EXPECT_DOUBLE_EQ(doc["z"].GetDouble(), gas(250.0, 80.0, &eff));
+  EXPECT_EQ(doc["effective_temperature_k"].GetDouble(), 80.0);
+
+  const auto psat = RunTool({"gas", "psat", "n2", "--gas-dir", dir, "--t", "77.35"});
+  EXPECT_EQ(psat.code, 0) << psat.err;
+  EXPECT_EQ(psat.out, "Psat = 760 mmHg at 77.35 K\n");
+  const auto tsat = RunTool({"gas", "tsat", "n2", "--gas-dir", dir, "--p", "760"});
+  EXPECT_EQ(tsat.out, "T = 77.35 K at 760 mmHg\n");
+
+  // No value: exit 3 with the reason; unusable tables and arguments: exit 1 and 2.
+  const auto hot = RunTool({"gas", "psat", "n2", "--gas-dir", dir, "--t", "200"});
+  EXPECT_EQ(hot.code, 3);
+  EXPECT_NE(hot.err.find("above the critical temperature 126.19 K"), std::string::npos);
+  const auto liquid = RunTool({"gas", "z", "n2", "--gas-dir", dir, "--p", "1200", "--t", "60"});
+  EXPECT_EQ(liquid.code, 3) << liquid.out;
+  EXPECT_NE(liquid.err.find("no gas phase"), std::string::npos);
+  // Condensed by less than 5 K: taken on the saturation line, which the output says.
+  const auto near = RunTool({"gas", "z", "n2", "--gas-dir", dir, "--p", "1200", "--t", "77"});
+  EXPECT_EQ(near.code, 0) << near.err;
+  EXPECT_NE(near.out.find("(taken on the saturation line at 81.4"), std::string::npos) << near.out;
+  EXPECT_EQ(RunTool({"gas", "show", "argon", "--gas-dir", dir}).code, 1);
+  const auto bad = RunTool({"gas", "show", "bad", "--gas-dir", dir});
+  EXPECT_EQ(bad.code, 1);
+  EXPECT_NE(bad.err.find("bad.fpi: \"use Kalrez\" is missing or not true/false"), std::string::npos)
+      << bad.err;
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"gas", "z", "n2", "--t", "80"},
+        {"gas", "psat", "n2", "--t", "-3"},
+        {"gas", "tsat", "n2", "--p", "760", "--t", "3"},
+        {"gas", "show"},
+        {"gas", "shoe", "n2"},
+        {"gas", "show", "n2", "--sublimation"}})
+    EXPECT_EQ(RunTool(args).code, 2) << args[1];
+
+  // Conversion both ways gives the same table; a bad stream leaves no output file.
+  EXPECT_EQ(RunTool({"gas", "convert", dir + "/n2.fpi", dir + "/n2.bin"}).code, 0);
+  EXPECT_EQ(RunTool({"gas", "convert", dir + "/n2.bin", dir + "/n2again.fpi"}).code, 0);
+  const CGasCompressibilityTable again(CStr(dir + "/n2again.fpi"));
+  EXPECT_TRUE(again.GetReadError().empty());
+  EXPECT_EQ(again.m_vPsat, gas.m_vPsat);
+  EXPECT_EQ(again.m_mCompressibility(3, 1), -1.0);
+  std::ofstream(dir + "/short.bin") << std::string("\x07\x02\x00", 3);
+  const auto shortRun = RunTool({"gas", "convert", dir + "/short.bin", dir + "/out.fpi"});
+  EXPECT_EQ(shortRun.code, 1);
+  EXPECT_NE(shortRun.err.find("not a gas table stream"), std::string::npos) << shortRun.err;
+  EXPECT_FALSE(std::filesystem::exists(dir + "/out.fpi"));
+  std::filesystem::remove_all(dir);
 }
 
 }  // namespace

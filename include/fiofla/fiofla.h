@@ -17,8 +17,14 @@
 #include "fiofla/units/units.h"
 
 // Shared enumerations and file readers.
+#include "fiofla/io/file_util.h"
 #include "fiofla/io/isotherm_file.h"
 #include "fiofla/types.h"
+
+// Gas properties.
+#include "fiofla/compress.h"
+#include "fiofla/po_and_t.h"
+#include "fiofla/psat_vs_t.h"
 
 // Calculations.
 #include "fiofla/bet_range.h"

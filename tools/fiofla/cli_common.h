@@ -94,5 +94,7 @@ void JsonKeyNumber(JsonWriter& w, const char* key, double value);
 int RunBet(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 /// Runs `fiofla report`.
 int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+/// Runs `fiofla gas`.
+int RunGas(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 }  // namespace fiofla::cli
