@@ -1,13 +1,13 @@
 # Convenience wrapper around CMake. `make run` builds the tool and makes the BET report of
-# the bundled example; `make test` runs every suite, the installed-package consumer and the
-# sanitizer build.
+# the bundled example; `make test` runs every suite, the installed-package consumer, the
+# sanitizer build and a short fuzzing run.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= 2
 STAGE      := $(CURDIR)/$(BUILD)/stage
 EXAMPLE    ?= data/examples/n2_77k_silica.csv
 
-.PHONY: all deps build run test test-unit test-consumer test-sanitize bench clean
+.PHONY: all deps build run test test-unit test-consumer test-sanitize test-fuzz bench clean
 
 all: build
 
@@ -24,7 +24,7 @@ run: build
 	$(BUILD)/tools/fiofla/fiofla report $(EXAMPLE) --auto -o $(BUILD)/report.html
 	@echo "Open $(CURDIR)/$(BUILD)/report.html in a browser to see the report with its plots."
 
-test: test-unit test-consumer test-sanitize
+test: test-unit test-consumer test-sanitize test-fuzz
 
 test-unit: build
 	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
@@ -46,8 +46,14 @@ test-sanitize: deps
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	cd $(ASAN_BUILD) && ctest --output-on-failure -j$(JOBS)
 
+# The gas-table readers under libFuzzer (clang), briefly and with a fixed seed; for a long
+# run: FUZZ_SECONDS=600 fuzz/run.sh
+test-fuzz: deps
+	fuzz/run.sh $(CURDIR)/build-fuzz
+
 bench: build
 	$(BUILD)/bench/bet_bench
+	$(BUILD)/bench/gas_bench
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) build-fuzz

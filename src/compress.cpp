@@ -171,7 +171,9 @@ double CGasCompressibilityTable::GetTemperatureRange(double t, std::size_t count
                                                      std::size_t* number) const {
   const std::size_t k = GetTemperatureIndex(t);
   const std::size_t f = k > before ? k - before : 0;
-  const std::size_t end = std::min<std::size_t>(count + f, m_vTemperatures.size());
+  const std::size_t size = m_vTemperatures.size();
+  // count can be anything a caller passes; compare without forming count + f.
+  const std::size_t end = f >= size ? size : f + std::min(count, size - f);
   const std::size_t n = end > f ? end - f : 0;
   if (first != nullptr) *first = f;
   if (number != nullptr) *number = n;

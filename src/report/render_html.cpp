@@ -516,8 +516,10 @@ std::vector<SPoint> CGraphSvg::LinePoints(SCurve const& curve) const {
 
 void CGraphSvg::WriteAxes(std::ostream& out) const {
   SScale const* sides[4] = {nullptr, nullptr, nullptr, nullptr};
-  for (auto const& s : m_scales)
-    if (s.type >= 0 && s.type < 4 && sides[s.type] == nullptr) sides[s.type] = &s;
+  for (auto const& s : m_scales) {
+    const int side = static_cast<int>(s.type);  // an int: the enum may hold any value
+    if (side >= 0 && side < 4 && sides[side] == nullptr) sides[side] = &s;
+  }
   SScale const* gridX = sides[CRSGraphAxisData::eBottom] ? sides[CRSGraphAxisData::eBottom]
                                                          : sides[CRSGraphAxisData::eTop];
   SScale const* gridY = sides[CRSGraphAxisData::eLeft] ? sides[CRSGraphAxisData::eLeft]

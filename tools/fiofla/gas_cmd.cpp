@@ -8,6 +8,7 @@
 #include "cli.h"
 #include "cli_common.h"
 #include "fiofla/compress.h"
+#include "fiofla/gas_table_builder.h"
 #include "fiofla/io/file_util.h"
 
 namespace fiofla::cli {
@@ -33,6 +34,11 @@ constexpr const char* kGasHelp =
     "                               uses the sublimation curve where the table has one\n"
     "  convert IN OUT               a binary table stream to a JSON gas file, or a JSON gas\n"
     "                               file to a binary stream (the direction follows IN)\n"
+    "  build [GAS...] --out-dir DIR [--eos-dir DIR]\n"
+    "                               generate the tables of the shipped gases (all, or those\n"
+    "                               named) from their reference equations of state; the\n"
+    "                               coefficient files are read from --eos-dir (default: the\n"
+    "                               eos folder beside the gas directory)\n"
     "\n"
     "options:\n"
     "  --gas-dir DIR   where gas tables are looked up (default: $FIOFLA_GAS_DIR, else the\n"
@@ -47,6 +53,8 @@ struct GasOptions {
   std::string sub;
   std::vector<std::string> names;
   std::string gasDir;
+  std::string eosDir;
+  std::string outDir;
   std::optional<double> pressure;
   std::optional<double> temperature;
   bool sublimation = false;
@@ -75,6 +83,10 @@ GasOptions ParseGasArgs(const std::vector<std::string>& args) {
     } else if (arg == "--gas-dir") {
       opt.gasDir = reader.Value();
       if (opt.gasDir.empty()) throw UsageError{"--gas-dir needs a folder"};
+    } else if (arg == "--eos-dir") {
+      opt.eosDir = reader.Value();
+    } else if (arg == "--out-dir") {
+      opt.outDir = reader.Value();
     } else if (arg == "--p") {
       opt.pressure = PositiveNumber(arg, reader.Value());
     } else if (arg == "--t") {
@@ -99,7 +111,16 @@ GasOptions ParseGasArgs(const std::vector<std::string>& args) {
       {"z", 1, true, true, "z GAS --p P --t T"},  {"psat", 1, false, true, "psat GAS --t T"},
       {"tsat", 1, true, false, "tsat GAS --p P"}, {"convert", 2, false, false, "convert IN OUT"},
   };
-  if (opt.sub.empty()) throw UsageError{"no subcommand given (list, show, z, psat, tsat, convert)"};
+  if (opt.sub.empty())
+    throw UsageError{"no subcommand given (list, show, z, psat, tsat, convert, build)"};
+  if ((!opt.eosDir.empty() || !opt.outDir.empty()) && opt.sub != "build")
+    throw UsageError{"--eos-dir and --out-dir apply to 'build' only"};
+  if (opt.sub == "build") {
+    if (opt.outDir.empty()) throw UsageError{"build needs --out-dir DIR"};
+    if (opt.pressure || opt.temperature || opt.sublimation)
+      throw UsageError{"--p, --t and --sublimation do not apply to 'build'"};
+    return opt;
+  }
   const Shape* shape = nullptr;
   for (const Shape& s : kShapes)
     if (opt.sub == s.name) shape = &s;
@@ -428,6 +449,58 @@ int Convert(const GasOptions& opt, std::ostream& out, std::ostream& err) {
   return kExitOk;
 }
 
+int Build(const GasOptions& opt, std::ostream& out, std::ostream& err) {
+  std::string eosDir = opt.eosDir;
+  if (eosDir.empty()) {
+    CGasCompressibilityCache::ms_cCache.SetDirectory(CStr(opt.gasDir));
+    eosDir =
+        (std::filesystem::path(CGasCompressibilityCache::ms_cCache.GetEffectiveDirectory().c_str())
+             .parent_path() /
+         "eos")
+            .string();
+  }
+  std::vector<GasTableRecipe> recipes = StandardGasRecipes();
+  if (!opt.names.empty()) {
+    std::vector<GasTableRecipe> chosen;
+    for (const std::string& name : opt.names) {
+      auto it = std::find_if(recipes.begin(), recipes.end(),
+                             [&](const GasTableRecipe& r) { return r.name == name; });
+      if (it == recipes.end()) {
+        std::string known;
+        for (const auto& r : recipes) known += (known.empty() ? "" : ", ") + r.name;
+        err << "fiofla gas build: no recipe for '" << name << "' (known: " << known << ")\n";
+        return kExitUsageError;
+      }
+      chosen.push_back(*it);
+    }
+    recipes = chosen;
+  }
+  std::error_code ec;
+  if (!std::filesystem::is_directory(opt.outDir, ec)) {
+    err << "fiofla gas build: --out-dir " << opt.outDir << " is not a folder\n";
+    return kExitInputError;
+  }
+  for (const GasTableRecipe& recipe : recipes) {
+    std::string error;
+    const auto eos = HelmholtzEos::Load(eosDir + "/" + recipe.eosFile, &error);
+    if (!eos) {
+      err << "fiofla gas build: " << error << "\n";
+      return kExitInputError;
+    }
+    GasTableBuildReport report;
+    const CGasCompressibilityTable table =
+        BuildGasTable(*eos, recipe, &report, [&](const std::string& line) { err << line << "\n"; });
+    const std::string path = opt.outDir + "/" + recipe.name + ".fpi";
+    if (!table.WriteToFile(CStr(path))) {
+      err << "fiofla gas build: cannot write " << path << "\n";
+      return kExitInputError;
+    }
+    out << "wrote " << path << " (" << report.pressures << " x " << report.temperatures
+        << ", worst cell-centre error in Z " << Num(report.worstCellCentreError, 2) << ")\n";
+  }
+  return kExitOk;
+}
+
 }  // namespace
 
 int RunGas(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -447,6 +520,7 @@ int RunGas(const std::vector<std::string>& args, std::ostream& out, std::ostream
     if (opt.sub == "list") return List(opt, out, err);
     if (opt.sub == "show") return Show(opt, out);
     if (opt.sub == "convert") return Convert(opt, out, err);
+    if (opt.sub == "build") return Build(opt, out, err);
     return Query(opt, out, err);
   } catch (const std::runtime_error& e) {
     err << "fiofla gas " << opt.sub << ": " << e.what() << "\n";

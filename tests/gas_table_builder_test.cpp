@@ -1,0 +1,167 @@
+#include "fiofla/gas_table_builder.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <string>
+
+#include "test_util.h"
+
+namespace {
+
+using fiofla::GasTableRecipe;
+using fiofla::HelmholtzEos;
+
+constexpr double kPaPerMmHg = 101325.0 / 760.0;
+
+HelmholtzEos LoadEos(const std::string& file) {
+  std::string error;
+  auto eos = HelmholtzEos::Load(fiofla::test::ShippedData("eos/" + file), &error);
+  EXPECT_TRUE(eos.has_value()) << error;
+  return std::move(*eos);
+}
+
+// The shipped table of a gas, through the cache and its default directory (the build
+// tree mirrors the installed layout, so this is how an installed library finds them).
+// Values written as text and parsed back may differ in the last bit.
+void ExpectSameValues(const CNumVector<double>& a, const CNumVector<double>& b, const char* what) {
+  ASSERT_EQ(a.size(), b.size()) << what;
+  for (std::size_t k = 0; k < a.size(); ++k)
+    ASSERT_TRUE(fiofla::test::RelClose(a[k], b[k], 1e-15)) << what << " " << k;
+}
+
+const CGasCompressibilityTable* Shipped(const std::string& name) {
+  ::unsetenv("FIOFLA_GAS_DIR");
+  static CGasCompressibilityCache cache;
+  return cache.GetGas(CStr(name));
+}
+
+}  // namespace
+
+// Every shipped table loads through the default directory and agrees with its equation
+// of state between the grid nodes.
+TEST(ShippedGasTables, InterpolateTheEquationOfStateBetweenNodes) {
+  // Largest |Z_table - Z_eos| allowed, per gas, up to the pressure analysers dose to. The
+  // figures are what the build measures at cell centres, rounded up (README).
+  struct Limit {
+    double tolerance, pressureLimitMmHg;
+  };
+  const std::map<std::string, Limit> limits = {
+      {"nitrogen", {1e-5, 1000}},         {"argon", {1e-5, 1000}},  {"krypton", {1e-5, 1000}},
+      {"methane", {1e-5, 1000}},          {"oxygen", {1e-5, 1000}}, {"hydrogen", {1.5e-5, 1000}},
+      {"carbon_dioxide", {2.5e-5, 22600}}};
+  std::mt19937 random(20261123);
+  for (const GasTableRecipe& recipe : fiofla::StandardGasRecipes()) {
+    SCOPED_TRACE(recipe.name);
+    const CGasCompressibilityTable* table = Shipped(recipe.name);
+    ASSERT_NE(table, nullptr);
+    EXPECT_TRUE(table->GetReadError().empty()) << table->GetReadError().c_str();
+    const HelmholtzEos eos = LoadEos(recipe.eosFile);
+    EXPECT_EQ(table->GetNumberOfAtoms(), recipe.atoms);
+    EXPECT_REL_CLOSE(table->GetMolecularWeight(), eos.MolarMassGPerMol(), 1e-15);
+    EXPECT_REL_CLOSE(table->GetCriticalTemperature(), eos.CriticalTemperatureK(), 1e-15);
+
+    const Limit limit = limits.at(recipe.name);
+    const auto& p = table->m_vPressures;
+    const auto& t = table->m_vTemperatures;
+    const auto& z = table->m_mCompressibility;
+    int checked = 0;
+    for (int k = 0; k < 400; ++k) {
+      // A random point inside a random cell whose four corners have a gas phase.
+      const std::size_t i = random() % (p.size() - 1), j = random() % (t.size() - 1);
+      if (p[i + 1] > limit.pressureLimitMmHg || z(i, j) <= 0 || z(i + 1, j) <= 0 ||
+          z(i, j + 1) <= 0 || z(i + 1, j + 1) <= 0)
+        continue;
+      const double u = std::uniform_real_distribution<>(0.05, 0.95)(random);
+      const double v = std::uniform_real_distribution<>(0.05, 0.95)(random);
+      const double pm = p[i] + u * (p[i + 1] - p[i]), tm = t[j] + v * (t[j + 1] - t[j]);
+      const auto rho = eos.VapourDensity(tm, pm * kPaPerMmHg);
+      ASSERT_TRUE(rho.has_value()) << pm << " mmHg, " << tm << " K";
+      EXPECT_NEAR(table->GetRawCompressibility(pm, tm), eos.Compressibility(tm, *rho),
+                  limit.tolerance)
+          << pm << " mmHg, " << tm << " K";
+      ++checked;
+    }
+    EXPECT_GT(checked, 100);
+  }
+}
+
+TEST(ShippedGasTables, SaturationCurvesMatchTheReferenceValues) {
+  // Nitrogen boils at 77.35 K at 101.265 kPa (Span et al. 2000); the table interpolates
+  // ln p in 1/T between grid temperatures and must stay within 0.01 %.
+  const CGasCompressibilityTable* n2 = Shipped("nitrogen");
+  ASSERT_NE(n2, nullptr);
+  double psat = 0.0;
+  ASSERT_TRUE(n2->CalcPsatFromTemp(&psat, 77.35, false));
+  EXPECT_REL_CLOSE(psat * kPaPerMmHg, 101265.0, 1e-4);
+  // Between two grid temperatures too (77.5 K is not a node).
+  const HelmholtzEos n2eos = LoadEos("Nitrogen.json");
+  ASSERT_TRUE(n2->CalcPsatFromTemp(&psat, 77.5, false));
+  EXPECT_REL_CLOSE(psat * kPaPerMmHg, n2eos.Saturation(77.5)->pressurePa, 1e-4);
+  double t = 0.0;
+  ASSERT_TRUE(n2->CalcTempFromPsat(&t, 760.0, false));
+  EXPECT_NEAR(t, 77.355, 0.002);
+  // Liquid molar volume at the boiling point: saturated liquid 806.08 kg/m3 (Span et al.
+  // 2000), 34.753 cm3/mol.
+  EXPECT_NEAR(n2->GetLiquidMolarVolume(77.35), 34.753, 0.01);
+  // Surface tension of nitrogen at 77.35 K is about 8.9 mN/m (Mulero et al. 2012).
+  const std::size_t j = n2->GetTemperatureIndex(77.35);
+  EXPECT_NEAR(n2->m_vSurfaceTension[n2->m_vTemperatures[j] == 77.35 ? j : j + 1], 8.9, 0.1);
+
+  // Carbon dioxide sublimes at 194.686 K under 101.325 kPa (Span and Wagner 1996).
+  EXPECT_REL_CLOSE(fiofla::CarbonDioxideSublimationPressurePa(194.686), 101325.0, 2e-4);
+  EXPECT_EQ(fiofla::CarbonDioxideSublimationPressurePa(216.592), 0.0);
+  const CGasCompressibilityTable* co2 = Shipped("carbon_dioxide");
+  ASSERT_NE(co2, nullptr);
+  ASSERT_TRUE(co2->CalcPsatFromTemp(&psat, 194.686, true));
+  EXPECT_REL_CLOSE(psat * kPaPerMmHg, 101325.0, 2e-4);
+  EXPECT_FALSE(co2->CalcPsatFromTemp(&psat, 320.0, false));  // above Tc
+
+  // Krypton at 77.35 K is below its triple point: no liquid curve there, and the
+  // sublimation estimate gives a few mmHg (measured values lie between 1.6 and 2.6 mmHg,
+  // the lower for the solid).
+  const CGasCompressibilityTable* kr = Shipped("krypton");
+  ASSERT_NE(kr, nullptr);
+  EXPECT_FALSE(kr->CalcPsatFromTemp(&psat, 77.35, false));
+  ASSERT_TRUE(kr->CalcPsatFromTemp(&psat, 77.35, true));
+  EXPECT_GT(psat, 1.5);
+  EXPECT_LT(psat, 2.7);
+  // Both curves meet at the triple point.
+  const HelmholtzEos kreos = LoadEos("Krypton.json");
+  ASSERT_TRUE(kr->CalcPsatFromTemp(&psat, kreos.TriplePointTemperatureK(), true));
+  EXPECT_REL_CLOSE(psat * kPaPerMmHg, kreos.TriplePointPressurePa(), 1e-6);
+}
+
+// The committed files are exactly what the generator writes today.
+TEST(ShippedGasTables, RegenerationReproducesTheCommittedFile) {
+  const auto recipes = fiofla::StandardGasRecipes();
+  const GasTableRecipe& argon = recipes[1];
+  ASSERT_EQ(argon.name, "argon");
+  fiofla::GasTableBuildReport report;
+  const CGasCompressibilityTable built =
+      fiofla::BuildGasTable(LoadEos(argon.eosFile), argon, &report);
+  const CGasCompressibilityTable shipped(CStr(fiofla::test::ShippedData("gases/argon.fpi")));
+  ExpectSameValues(built.m_vTemperatures, shipped.m_vTemperatures, "temperature");
+  ExpectSameValues(built.m_vPressures, shipped.m_vPressures, "pressure");
+  ExpectSameValues(built.m_vPsat, shipped.m_vPsat, "Psat");
+  ExpectSameValues(built.m_vLiquidMolarVolume, shipped.m_vLiquidMolarVolume, "liquid volume");
+  ASSERT_EQ(built.m_mCompressibility.rows(), shipped.m_mCompressibility.rows());
+  for (std::size_t i = 0; i < built.m_mCompressibility.rows(); ++i)
+    ExpectSameValues(built.m_mCompressibility[i], shipped.m_mCompressibility[i], "Z row");
+  EXPECT_EQ(report.unsolvedPoints, 0u);
+  EXPECT_LT(report.worstRefinedCentreError, 1e-5);
+  EXPECT_LE(report.temperatures, std::size_t(CGasCompressibilityTable::kMaxTemperatures));
+
+  // A recipe that cannot be built gives an empty table, not a crash.
+  GasTableRecipe bad = argon;
+  bad.pressuresMmHg = {0.0, 10.0, 5.0};
+  std::string said;
+  const CGasCompressibilityTable none = fiofla::BuildGasTable(
+      LoadEos(argon.eosFile), bad, &report, [&](const std::string& line) { said = line; });
+  EXPECT_TRUE(none.IsEmpty());
+  EXPECT_NE(said.find("not built"), std::string::npos);
+}
