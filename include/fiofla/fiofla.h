@@ -24,6 +24,7 @@
 // Gas properties.
 #include "fiofla/compress.h"
 #include "fiofla/gas_eos.h"
+#include "fiofla/gas_table_builder.h"
 #include "fiofla/po_and_t.h"
 #include "fiofla/psat_vs_t.h"
 
