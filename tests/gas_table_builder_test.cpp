@@ -88,6 +88,14 @@ TEST(ShippedGasTables, InterpolateTheEquationOfStateBetweenNodes) {
     }
     EXPECT_GT(checked, 100);
   }
+  // Every file in the folder is one of the gases checked above.
+  std::size_t files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(fiofla::test::ShippedData("gases")))
+    if (entry.path().extension() == ".fpi") {
+      ++files;
+      EXPECT_EQ(limits.count(entry.path().stem().string()), 1u) << entry.path();
+    }
+  EXPECT_EQ(files, limits.size());
 }
 
 TEST(ShippedGasTables, SaturationCurvesMatchTheReferenceValues) {
