@@ -39,7 +39,7 @@ test-consumer: build
 	g++ -std=c++17 tests/consumer/main.cpp -o $(BUILD)/consumer/pkgconfig_consumer \
 	  $$(PKG_CONFIG_PATH=$(STAGE)/lib/pkgconfig pkg-config --cflags --libs fiofla) \
 	  -Wl,-rpath,$(STAGE)/lib
-	$(BUILD)/consumer/pkgconfig_consumer $(STAGE)/share/fiofla/examples/n2_77k_silica.csv
+	env -u FIOFLA_GAS_DIR $(BUILD)/consumer/pkgconfig_consumer $(STAGE)/share/fiofla/examples/n2_77k_silica.csv
 
 test-sanitize: deps
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DFIOFLA_SANITIZE=ON -DFIOFLA_BUILD_BENCH=OFF

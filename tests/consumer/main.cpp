@@ -1,4 +1,5 @@
-// Links the installed library, reads the installed example isotherm and checks the BET result.
+// Links the installed library, reads the installed example isotherm and checks the BET result,
+// then checks that the installed library finds its own gas tables.
 #include <fiofla/fiofla.h>
 
 #include <cmath>
@@ -17,7 +18,14 @@ int main(int argc, char** argv) {
                 bet.status);
     const bool ok = bet.status == CCalcBET::STATUS_OK && bet.surfaceArea > 0.0 &&
                     std::isfinite(bet.surfaceAreaError);
-    return ok ? 0 : 1;
+    // Without FIOFLA_GAS_DIR the cache looks beside the installed library.
+    const CGasCompressibilityTable* n2 =
+        CGasCompressibilityCache::ms_cCache.GetGas(CStr("nitrogen"));
+    double psat = 0.0;
+    const bool gas = n2 != nullptr && n2->CalcPsatFromTemp(&psat, 77.35, false);
+    std::printf("gas tables in %s: nitrogen Psat at 77.35 K %.3f mmHg\n",
+                CGasCompressibilityCache::ms_cCache.GetEffectiveDirectory().c_str(), psat);
+    return ok && gas && std::fabs(psat - 759.55) < 0.1 ? 0 : 1;
   } catch (const fiofla::InputError& e) {
     std::fprintf(stderr, "consumer: %s\n", e.what());
     return 1;
