@@ -28,6 +28,13 @@
 #include "fiofla/po_and_t.h"
 #include "fiofla/psat_vs_t.h"
 
+// Isotherm reduction.
+#include "fiofla/free_space.h"
+#include "fiofla/gascalc.h"
+#include "fiofla/io/measurement_file.h"
+#include "fiofla/isotherm.h"
+#include "fiofla/measurement.h"
+
 // Calculations.
 #include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"

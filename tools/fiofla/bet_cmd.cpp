@@ -197,7 +197,7 @@ int RunBet(const std::vector<std::string>& args, std::ostream& out, std::ostream
 
   IsothermData iso;
   try {
-    iso = ReadIsothermCsv(opt.file);
+    iso = LoadIsotherm(opt.file, err);
   } catch (const InputError& e) {
     err << "fiofla bet: " << e.what() << "\n";
     return kExitInputError;

@@ -15,6 +15,8 @@ constexpr const char* kMainHelp =
     "commands:\n"
     "  bet FILE       BET surface area, C value and monolayer quantity of an isotherm\n"
     "  report FILE... BET report (summary, checks, points, plots) as HTML, JSON or text\n"
+    "  reduce RUN     reduce a measurement file to an isotherm (CSV)\n"
+    "  simulate       play an isotherm model back into a measurement file\n"
     "  gas ...        gas tables: list, show, Z, saturation pressure and temperature, convert\n"
     "  help           this text; 'fiofla <command> --help' for a command\n"
     "  version        the version of fiofla\n";
@@ -31,6 +33,8 @@ int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
   if (command == "bet") return RunBet(rest, out, err);
   if (command == "report") return RunReport(rest, out, err);
   if (command == "gas") return RunGas(rest, out, err);
+  if (command == "reduce") return RunReduce(rest, out, err);
+  if (command == "simulate") return RunSimulate(rest, out, err);
   if (command == "help" || command == "--help" || command == "-h") {
     out << kMainHelp;
     return kExitOk;

@@ -3,9 +3,21 @@
 #include <cmath>
 #include <cstdio>
 
+#include "fiofla/measurement.h"
 #include "fiofla/types.h"
 
 namespace fiofla::cli {
+
+IsothermData LoadIsotherm(const std::string& path, std::ostream& err) {
+  if (!LooksLikeMeasurementFile(path)) return ReadIsothermCsv(path);
+  const ReducedIsotherm reduced = ReduceMeasurement(ReadMeasurementFile(path));
+  if (reduced.poStoppedAt)
+    err << "fiofla: " << path << ": Po is not positive at point " << *reduced.poStoppedAt + 1
+        << " (t = " << Num(reduced.timeS[*reduced.poStoppedAt]) << " s); conversion stops there, "
+        << reduced.convertedPoints << " of " << reduced.timeS.size() << " points are used\n";
+  if (reduced.convertedPoints == 0) throw InputError(path + ": no point has a relative pressure");
+  return reduced.ToIsothermData();
+}
 
 bool ArgReader::Next() {
   if (m_next >= m_args.size()) return false;

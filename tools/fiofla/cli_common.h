@@ -77,6 +77,10 @@ struct BetRun {
   std::optional<BetRangeResult> search;
 };
 
+/// The isotherm in `path`: an isotherm CSV, or a measurement file, which is reduced first
+/// (a note goes to `err` when Po stopped the conversion early). Throws InputError.
+IsothermData LoadIsotherm(const std::string& path, std::ostream& err);
+
 /// Runs BET on `iso` with the fixed or searched range of `settings`.
 BetRun RunBetOn(const IsothermData& iso, const BetSettings& settings);
 /// True when the calculation gave no usable result (status 1 or 17).
@@ -94,6 +98,10 @@ void JsonKeyNumber(JsonWriter& w, const char* key, double value);
 int RunBet(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 /// Runs `fiofla report`.
 int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+/// Runs `fiofla reduce`.
+int RunReduce(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+/// Runs `fiofla simulate`.
+int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 /// Runs `fiofla gas`.
 int RunGas(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 

@@ -301,7 +301,7 @@ int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostr
   // Every file is read before anything is written: one bad file means no report at all.
   std::vector<IsothermData> isotherms;
   try {
-    for (const auto& file : opt.files) isotherms.push_back(ReadIsothermCsv(file));
+    for (const auto& file : opt.files) isotherms.push_back(LoadIsotherm(file, err));
   } catch (const InputError& e) {
     err << "fiofla report: " << e.what() << "\n";
     return kExitInputError;
