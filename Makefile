@@ -1,11 +1,11 @@
-# Convenience wrapper around CMake. `make run` builds the tool and makes the BET report of
-# the bundled example; `make test` runs every suite, the installed-package consumer, the
+# Convenience wrapper around CMake. `make run` builds the tool, reduces the bundled simulated
+# nitrogen run to an isotherm and makes its BET report; `make test` runs every suite, the installed-package consumer, the
 # sanitizer build and a short fuzzing run.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= 2
 STAGE      := $(CURDIR)/$(BUILD)/stage
-EXAMPLE    ?= data/examples/n2_77k_silica.csv
+EXAMPLE    ?= data/examples/n2_77k_run.json
 
 .PHONY: all deps build run test test-unit test-consumer test-sanitize test-fuzz bench clean
 
@@ -20,6 +20,7 @@ build: deps
 
 # Shows the BET report of the bundled example in the terminal and writes it as HTML.
 run: build
+	$(BUILD)/tools/fiofla/fiofla reduce $(EXAMPLE) -o $(BUILD)/isotherm.csv
 	$(BUILD)/tools/fiofla/fiofla report $(EXAMPLE) --auto
 	$(BUILD)/tools/fiofla/fiofla report $(EXAMPLE) --auto -o $(BUILD)/report.html
 	@echo "Open $(CURDIR)/$(BUILD)/report.html in a browser to see the report with its plots."

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 #include "cli.h"
@@ -291,6 +292,46 @@ TEST(ToolGas, QueriesAgreeWithTheLibrary) {
   EXPECT_EQ(shortRun.code, 1);
   EXPECT_NE(shortRun.err.find("not a gas table stream"), std::string::npos) << shortRun.err;
   EXPECT_FALSE(std::filesystem::exists(dir + "/out.fpi"));
+  std::filesystem::remove_all(dir);
+}
+
+TEST(ToolReduce, SimulatedRunReducesToItsModelAndBadRunsWriteNothing) {
+  const std::string dir = ::testing::TempDir() + "fiofla-reduce-" + std::to_string(::getpid());
+  std::filesystem::create_directories(dir);
+  const std::string gases = fiofla::test::ShippedData("gases");
+  const auto sim = RunTool({"simulate", "-o", dir + "/run.json", "--model", "langmuir:k=40,qm=120",
+                            "--points", "0.02:0.9:12", "--gas-dir", gases});
+  ASSERT_EQ(sim.code, 0) << sim.err;
+  const auto red =
+      RunTool({"reduce", dir + "/run.json", "-o", dir + "/iso.csv", "--gas-dir", gases});
+  ASSERT_EQ(red.code, 0) << red.err;
+  const auto iso = fiofla::ReadIsothermCsv(dir + "/iso.csv");
+  ASSERT_EQ(iso.size(), 12u);
+  for (std::size_t i = 0; i < iso.size(); ++i) {
+    const double x = iso.relativePressure[i];
+    EXPECT_REL_CLOSE(iso.quantityAdsorbedCm3PerGStp[i], 120.0 * 40.0 * x / (1.0 + 40.0 * x), 1e-10);
+  }
+  // bet and report read the run directly.
+  EXPECT_EQ(RunTool({"bet", dir + "/run.json"}).code, 0);
+
+  // Bad runs: a clear message naming the field, and no output file.
+  std::string text;
+  {
+    std::ifstream in(dir + "/run.json");
+    text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+  const std::string good = text;
+  text.replace(text.find("\"mass_g\": 0.1"), 13, "\"mass_g\": 0.0");
+  std::ofstream(dir + "/bad.json") << text;
+  const auto bad = RunTool({"reduce", dir + "/bad.json", "-o", dir + "/bad.csv"});
+  EXPECT_EQ(bad.code, 1);
+  EXPECT_NE(bad.err.find("\"sample.mass_g\" must be greater than 0"), std::string::npos) << bad.err;
+  EXPECT_FALSE(std::filesystem::exists(dir + "/bad.csv"));
+  EXPECT_EQ(RunTool({"reduce", dir + "/missing.json"}).code, 1);
+  EXPECT_EQ(RunTool({"reduce"}).code, 2);
+  EXPECT_EQ(RunTool({"simulate", "-o", dir + "/x.json", "--points", "0.5:0.2:3"}).code, 2);
+  EXPECT_EQ(RunTool({"simulate", "-o", dir + "/x.json", "--model", "bet:k=3"}).code, 2);
+  EXPECT_FALSE(std::filesystem::exists(dir + "/x.json"));
   std::filesystem::remove_all(dir);
 }
 
