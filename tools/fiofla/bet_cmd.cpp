@@ -18,7 +18,8 @@ const std::string kBetHelp =
         "\n"
         "  FILE                 isotherm CSV: a header naming the columns, relative pressure\n"
         "                       (relative_pressure or p/p0) and quantity adsorbed in\n"
-        "                       cm3/g STP (quantity_adsorbed); '#' starts a comment line\n") +
+        "                       cm3/g STP (quantity_adsorbed); '#' starts a comment line.\n"
+        "                       A measurement file (see 'fiofla reduce') is reduced first\n") +
     kBetOptionsHelp +
     "  --json               print the results as JSON\n"
     "\n"
