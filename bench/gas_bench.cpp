@@ -1,6 +1,7 @@
 // Speed of gas compressibility lookups on a full-size (250 x 150) table, for neighbouring
 // points (an isotherm sweep, the common case the cached interval search is built for) and
-// for scattered points, and of reading that table from its JSON and binary forms.
+// for scattered points, of reading that table from its JSON and binary forms, and of
+// reducing a 100-point run with it.
 #include <benchmark/benchmark.h>
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <istream>
 #include <random>
 #include <sstream>
@@ -19,6 +21,7 @@
 #include <vector>
 
 #include "fiofla/compress.h"
+#include "fiofla/measurement.h"
 
 namespace {
 
@@ -200,6 +203,33 @@ void BM_GasTableReadStream(benchmark::State& state) {
   state.SetLabel(std::to_string(bytes.size()) + " bytes");
 }
 BENCHMARK(BM_GasTableReadStream);
+
+// The reduction of a 100-point run (80 adsorption, 20 desorption points, thermal
+// transpiration on) with the full-size table, found through a cache as a run's gas is.
+void BM_ReduceMeasurement_100Points(benchmark::State& state) {
+  const std::filesystem::path dir = std::filesystem::temp_directory_path() / "fiofla-bench-gases";
+  std::filesystem::create_directories(dir);
+  if (!SharedTable().WriteToFile(CStr((dir / "benchgas.fpi").string()))) {
+    state.SkipWithError("cannot write the table");
+    return;
+  }
+  CGasCompressibilityCache cache;
+  cache.SetDirectory(CStr(dir.string()));
+  fiofla::SimulationSpec spec;
+  spec.adsorptive = "benchgas";
+  for (int i = 0; i < 80; ++i) spec.adsorptionTargets.push_back(0.01 + 0.94 * i / 79.0);
+  for (int i = 1; i <= 20; ++i) spec.desorptionTargets.push_back(0.95 - 0.9 * i / 20.0);
+  spec.transpiration = fiofla::Measurement::Transpiration{1.0, 0.3, 0.999};
+  const fiofla::Measurement run =
+      fiofla::SimulateMeasurement(spec, *cache.GetGas(CStr("benchgas")));
+  for (auto _ : state) {
+    fiofla::ReducedIsotherm reduced = fiofla::ReduceMeasurement(run, cache);
+    benchmark::DoNotOptimize(reduced.quantityAdsorbedCm3PerGStp.data());
+  }
+  state.SetItemsProcessed(state.iterations() * 100);
+  std::filesystem::remove_all(dir);
+}
+BENCHMARK(BM_ReduceMeasurement_100Points);
 
 }  // namespace
 

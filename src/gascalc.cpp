@@ -3,16 +3,35 @@
 #include <algorithm>
 #include <cmath>
 
+using fiofla::kAmbientReferenceTemperature;
+using fiofla::kCryogenicLimit;
+using fiofla::kEqualTemperatureTolerance;
+using fiofla::kMolarVolumeStp;
+using fiofla::kStandardPressure;
+using fiofla::kStandardTemperature;
+
 namespace {
 
-double Z(CGasCompressibilityBase const& gas, double P, double T) {
-  return gas(P, T, nullptr);
+// Compressibility with "no gas-phase value" read as ideal gas.
+double ZOrIdeal(CGasCompressibilityBase const& gas, double P, double T) {
+  const double z = gas(P, T, nullptr);
+  return z > 0.0 ? z : 1.0;
 }
 
 }  // namespace
 
-double VorlanFreeSpaceQuantity(double freeSpace, double pressure, double nonIdeality) {
-  return freeSpace * pressure * (1.0 + pressure * nonIdeality) / kStandardPressure;
+double VorlanFreeSpaceQuantity(double Vfs, double P, double alpha) {
+  return Vfs * P * (1.0 + P * alpha) / kStandardPressure;
+}
+
+void CGasCalculation::SetTransducerDeflection(double volume, double pressure) {
+  m_dDeflectionVolume = volume;
+  m_dDeflectionPressure = pressure;
+}
+
+void CGasCalculation::GetTransducerDeflection(double* volume, double* pressure) const {
+  if (volume != nullptr) *volume = m_dDeflectionVolume;
+  if (pressure != nullptr) *pressure = m_dDeflectionPressure;
 }
 
 double CGasCalculation::VorlanQuantityDosed(double q, double Vfs, double P, double alpha) {
@@ -24,24 +43,26 @@ double CGasCalculation::VorlanQuantityAdsorbed(double q, double Vfs, double P, d
 }
 
 double CGasCalculation::ChemiTorvQuantityAdsorbed(double q, double V, double P) {
-  return q - (P / kStandardPressure) * V;
+  return q - P / kStandardPressure * V;
 }
 
 double CGasCalculation::ColdFreeVolume(double Vamb, double Vana, double Tref, double T) {
+  // Equal temperatures give 0/0: the whole tube counts as cold.
   if (std::fabs(T - Tref) < kEqualTemperatureTolerance) return Vana;
-  // Vana = warm + cold, Vamb = warm + cold T/Tref: solve for the cold part.
+  // Vana - Vamb = Vcold (1 - T / Tref) when the cold part is referred to T.
   const double cold = std::min(Vana, (Vana - Vamb) / (1.0 - T / Tref));
   return cold < 0.0 ? 0.0 : cold;
 }
 
 double CGasCalculation::MolesInFreeSpace(double Vana, double Vcold, double P, double alpha,
                                          double f1, double f2) {
-  return (P / kStandardTemperature) * (Vana - f2 * Vcold + P * Vcold * alpha * (1.0 - f1));
+  return P / kStandardTemperature * (Vana - f2 * Vcold + P * Vcold * alpha * (1.0 - f1));
 }
 
 double CGasCalculation::VolumeInFreeSpace(double Vamb, double Vana, double P, double T,
                                           double alpha, double f1, double f2) {
   const double cold = ColdFreeVolume(Vamb, Vana, kAmbientReferenceTemperature, T);
+  // The low-temperature factors describe a cryogenic bath only.
   if (T > kCryogenicLimit) f1 = f2 = 0.0;
   return MolesInFreeSpace(Vana, cold, P, alpha, f1, f2) * kStandardTemperature / kStandardPressure;
 }
@@ -58,10 +79,8 @@ double CGasCalculation::VolumeAdsorbed(double q, double Vamb, double Vana, doubl
 
 double CGasCalculation::MolesInFreeSpace(double Vana, double Vcold, double P, double Tamb,
                                          double Tana, CGasCompressibilityBase const& gas) {
-  const double zw = Z(gas, P, Tamb);
-  const double zc = Z(gas, P, Tana);
-  const double warm = (Vana - Vcold) / (zw > 0.0 ? zw : 1.0);
-  const double cold = zc > 0.0 ? Vcold / zc : Vcold;
+  const double warm = (Vana - Vcold) / ZOrIdeal(gas, P, Tamb);
+  const double cold = Vcold / ZOrIdeal(gas, P, Tana);
   return (warm + cold) * P / kStandardTemperature;
 }
 
@@ -80,49 +99,54 @@ double CGasCalculation::VolumeDosed(double q, double Vamb, double Vana, double P
 double CGasCalculation::VolumeAdsorbed(double q, double Vamb, double Vana, double P, double Tamb,
                                        double Tana, CGasCompressibilityBase const& gas, double Vm) {
   const double v = q - VolumeInFreeSpace(Vamb, Vana, P, Tamb, Tana, gas);
-  const double z = Z(gas, P, Tana);
+  const double z = gas(P, Tana, nullptr);
   if (z <= 0.0 || Tana <= 0.0) return v;
-  // The adsorbed phase takes room that free gas would otherwise occupy.
-  return v /
-         (1.0 - P * Vm * kStandardTemperature / (z * kMolarVolumeStp * Tana * kStandardPressure));
+  // The adsorbed phase occupies free space that was counted as gas: v is short by the gas
+  // density times its volume, a fixed fraction of the amount adsorbed.
+  const double displaced =
+      P * Vm * kStandardTemperature / (z * kMolarVolumeStp * Tana * kStandardPressure);
+  return v / (1.0 - displaced);
 }
 
 double CGasCalculation::GasQuantity(double P, double V, double T,
                                     CGasCompressibilityBase const& gas) {
-  const double z = Z(gas, P, T);
-  return P * V / (z > 0.0 ? T * z : T) * kStandardTemperature / kStandardPressure;
+  const double z = gas(P, T, nullptr);
+  const double denominator = z > 0.0 ? T * z : T;
+  return P * V / denominator * kStandardTemperature / kStandardPressure;
 }
 
 double CGasCalculation::GasVolume(double n, double P, double T,
                                   CGasCompressibilityBase const& gas) {
-  const double z = Z(gas, P, T);
-  return T * (z > 0.0 ? n * z : n) / P * kStandardPressure / kStandardTemperature;
+  const double z = gas(P, T, nullptr);
+  const double real = z > 0.0 ? n * z : n;
+  return T * real / P * kStandardPressure / kStandardTemperature;
 }
 
 double CGasCalculation::AdjustedVolume(double V, double P) const {
   if (P <= 0.0) return V - m_dDeflectionVolume;
   if (m_dDeflectionPressure <= P) return V;
-  const double f = (m_dDeflectionPressure - P) / m_dDeflectionPressure;
-  return V - m_dDeflectionVolume * f * f * f;
+  // Cubic recovery of the diaphragm volume as the pressure rises to Pd.
+  const double x = (m_dDeflectionPressure - P) / m_dDeflectionPressure;
+  return V - m_dDeflectionVolume * x * x * x;
 }
 
 double CGasCalculation::AdjustedGasQuantity(double P, double V, double T,
                                             CGasCompressibilityBase const& gas) const {
-  const double z = Z(gas, P, T);
-  return P * AdjustedVolume(V, P) / ((z > 0.0 ? z : 1.0) * T) * kStandardTemperature /
+  return P * AdjustedVolume(V, P) / (ZOrIdeal(gas, P, T) * T) * kStandardTemperature /
          kStandardPressure;
 }
 
 double CGasCalculation::ThermalTranspirationPressure(double P, double g, double d, double T1,
                                                      double T2, double* ratio) {
-  if (P <= 0.0 || T1 <= 0.0 || T2 <= 0.0) {
-    if (ratio != nullptr) *ratio = 1.0;
-    return P;
+  double r = 1.0;
+  if (P > 0.0 && T1 > 0.0 && T2 > 0.0) {
+    // X measures the tube against the mean free path: 0 is molecular flow, where
+    // P1/P2 = sqrt(T1/T2); large X is viscous flow, where the pressures are equal.
+    const double tm = (T1 + T2) * 0.5;
+    const double x = P * g * d * d * 1000.0 / (2.33 * tm);
+    const double denominator = 0.033 * x * x + 0.245 * x + (1.0 + 2.5 * x) / (1.0 + 2.0 * x);
+    r = 1.0 - (1.0 - std::sqrt(T1 / T2)) / denominator;
   }
-  const double tm = (T1 + T2) * 0.5;
-  const double x = P * g * d * d * 1000.0 / (2.33 * tm);
-  const double D = 0.033 * x * x + 0.245 * x + (1.0 + 2.5 * x) / (1.0 + 2.0 * x);
-  const double r = 1.0 - (1.0 - std::sqrt(T1 / T2)) / D;
   if (ratio != nullptr) *ratio = r;
   return P * r;
 }
@@ -146,6 +170,7 @@ double CGasCalculationHTP::QuantityAdsorbed(double q, double Vtotal, double P, d
 
 double CGasCalculationHTP::FreeSpace(double n, double P, double Tsample, double Tmanifold,
                                      CGasCompressibilityBase const& gas) const {
-  return GasVolume(n - AdjustedGasQuantity(P, m_dManifoldVolume, Tmanifold, gas), P, Tsample, gas) +
+  const double inSample = n - AdjustedGasQuantity(P, m_dManifoldVolume, Tmanifold, gas);
+  return GasVolume(inSample, P, Tsample, gas) +
          AdjustedVolume(m_dManifoldVolume, kStandardPressure);
 }

@@ -3,142 +3,173 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
+#include <vector>
 
 #include "test_util.h"
 
 namespace {
 
 using Series = CNumVector<double>;
+using Calc = CGasCalculation;
 
-// Po source that is 0 from a chosen time on.
-class DroppingPo : public CPoInfo {
- public:
-  explicit DroppingPo(std::uint32_t dropMs) : m_drop(dropMs) {}
-  double GetPo(CTimeInterval const& t) const override {
-    return t.GetMilliseconds() >= m_drop ? 0.0 : 700.0;
-  }
-  double GetAveragePo() const override { return 700.0; }
-
- private:
-  std::uint32_t m_drop;
-};
-
-std::vector<CTimeInterval> Times(std::size_t n) {
-  std::vector<CTimeInterval> t;
-  for (std::size_t i = 0; i < n; ++i) t.emplace_back(std::uint32_t(60000 * i));
-  return t;
-}
-
-// Z positive everywhere except at 100 K and 800 mmHg or more.
-CGasCompressibilityTable Gas() {
-  CNumVector<double> p{0.0, 799.0, 800.0, 1000.0};
-  CNumVector<double> t{70.0, 100.0, 300.0, 320.0};
-  CNumMatrix<double> z(4, 4);
-  for (std::size_t i = 0; i < 4; ++i)
-    for (std::size_t j = 0; j < 4; ++j) z(i, j) = (i >= 2 && j <= 1) ? -1.0 : 1.0 - 2e-5 * p[i];
+CGasCompressibilityTable MakeTable(Series p, Series t, std::vector<std::vector<double>> const& z) {
+  CNumMatrix<double> m(z.size(), z[0].size());
+  for (std::size_t i = 0; i < z.size(); ++i)
+    for (std::size_t j = 0; j < z[i].size(); ++j) m(i, j) = z[i][j];
   CGasCompressibilityTable table;
-  table.Set(p, t, z);
+  table.Set(p, t, m);
   table.InitializeRows();
   return table;
 }
 
+std::vector<CTimeInterval> Minutes(int n) {
+  std::vector<CTimeInterval> times;
+  for (int i = 0; i < n; ++i) times.push_back(CTimeInterval::FromSeconds(60.0 * i));
+  return times;
+}
+
+const CEnteredPo kConditions(760.0, 77.35, 296.0);
+const CMeasuredFreeSpace kFreeSpace(22.0, 68.0, 0.04, 0.5);
+const Series kPressure = {2.0, 40.0, 150.0, 380.0, 700.0};
+const Series kPerGram = {1.5, 3.0, 4.2, 5.1, 6.0};
+
 }  // namespace
 
-TEST(IsothermSeries, DosedAndAdsorbedInvertInBothForms) {
-  const CGasCompressibilityTable gas = Gas();
-  const CMeasuredFreeSpace fs(20.0, 60.0, 0.0, 0.5);
-  const CEnteredPo t(760.0, 77.35, 308.0);
-  const Series a{10.0, 50.0, 90.0}, P{20.0, 300.0, 700.0};
+TEST(Reduction, DosedAndAdsorbedRoundTripPerGram) {
+  const double m = 0.85;
   Series dosed, back;
-  NIsotherm::QuantityDosed(dosed, a, P, 0.2, fs, t, gas);
-  NIsotherm::QuantityAdsorbed(back, dosed, P, 0.2, fs, t, gas, 0.0);
-  for (std::size_t i = 0; i < 3; ++i) EXPECT_REL_CLOSE(back[i], a[i], 1e-13);
-  NIsotherm::QuantityDosed(dosed, a, P, 0.2, fs, t, 6.6e-5, 0.0);
-  NIsotherm::QuantityAdsorbed(back, dosed, P, 0.2, fs, t, 6.6e-5, 0.0);
-  for (std::size_t i = 0; i < 3; ++i) EXPECT_REL_CLOSE(back[i], a[i], 1e-13);
-  NIsotherm::VorlanQuantityDosed(dosed, a, P, 0.2, fs, 6.6e-5);
-  NIsotherm::VorlanQuantityAdsorbed(back, dosed, P, 0.2, fs, 6.6e-5);
-  for (std::size_t i = 0; i < 3; ++i) EXPECT_REL_CLOSE(back[i], a[i], 1e-13);
-  // Outputs take the input's length, empty included.
-  Series empty, out{1.0, 2.0};
-  NIsotherm::QuantityAdsorbed(out, empty, empty, 0.2, fs, t, gas, 0.0);
-  EXPECT_TRUE(out.empty());
+  NIsotherm::QuantityDosed(dosed, kPerGram, kPressure, m, kFreeSpace, kConditions, 6e-5, 0.1);
+  NIsotherm::QuantityAdsorbed(back, dosed, kPressure, m, kFreeSpace, kConditions, 6e-5, 0.1);
+  for (std::size_t i = 0; i < back.size(); ++i) EXPECT_REL_CLOSE(back[i], kPerGram[i], 1e-12);
+
+  NIsotherm::VorlanQuantityDosed(dosed, kPerGram, kPressure, m, kFreeSpace, 6e-5);
+  NIsotherm::VorlanQuantityAdsorbed(back, dosed, kPressure, m, kFreeSpace, 6e-5);
+  for (std::size_t i = 0; i < back.size(); ++i) EXPECT_REL_CLOSE(back[i], kPerGram[i], 1e-12);
+
+  const auto gas = MakeTable({0.0, 1000.0}, {77.0, 300.0}, {{1.0, 1.0}, {0.9, 0.99}});
+  NIsotherm::QuantityDosed(dosed, kPerGram, kPressure, m, kFreeSpace, kConditions, gas);
+  NIsotherm::QuantityAdsorbed(back, dosed, kPressure, m, kFreeSpace, kConditions, gas, 0.0);
+  ASSERT_EQ(back.size(), kPerGram.size());
+  for (std::size_t i = 0; i < back.size(); ++i) EXPECT_REL_CLOSE(back[i], kPerGram[i], 1e-12);
+
+  // The chemisorption forms agree with Vorlan at alpha = 0, and HTP with no manifold inverts
+  // its own free-space count.
+  Series vorlan, torv;
+  NIsotherm::VorlanQuantityAdsorbed(vorlan, dosed, kPressure, m, kFreeSpace, 0.0);
+  NIsotherm::OldTorvChemiQuantityAdsorbed(torv, dosed, kPressure, m, kFreeSpace);
+  for (std::size_t i = 0; i < torv.size(); ++i) EXPECT_REL_CLOSE(torv[i], vorlan[i], 1e-13);
+  const CGasCalculationHTP htp;
+  const std::vector<CChemiTemperatureInfo> temps(kPressure.size(), {300.0, 296.0});
+  Series q(kPressure.size());
+  for (std::size_t i = 0; i < q.size(); ++i)
+    q[i] = m * kPerGram[i] + htp.QuantityInFreeSpace(68.5, kPressure[i], 300.0, 296.0, gas);
+  NIsotherm::HTPChemiQuantityAdsorbed(back, htp, q, kPressure, m, kFreeSpace, temps, gas);
+  for (std::size_t i = 0; i < back.size(); ++i) EXPECT_REL_CLOSE(back[i], kPerGram[i], 1e-12);
 }
 
-TEST(IsothermSeries, AmbientSubstitutionIsSticky) {
-  const CGasCompressibilityTable gas = Gas();
-  const CMeasuredFreeSpace fs(55.0, 60.0, 0.0, 0.0);  // a cold part smaller than Vana
-  const CEnteredPo t(760.0, 77.35, 100.0);  // ambient 100 K: condensed at 900 mmHg
-  const Series q{30.0, 40.0, 50.0}, P{500.0, 900.0, 500.0};
-  Series out;
-  NIsotherm::QuantityAdsorbed(out, q, P, 1.0, fs, t, gas, 0.0);
+TEST(Reduction, AmbientSubstitutionIsStickyForOneSourceAndPerPointForAList) {
+  // Above 200 K the gas has no value from 100 mmHg up; below it the table answers 1.
+  const auto gas = MakeTable({0.0, 100.0, 200.0}, {77.0, 200.0, 298.0},
+                             {{0.95, 1.0, 1.0}, {0.9, -1.0, -1.0}, {0.8, -1.0, -1.0}});
+  const Series p = {20.0, 150.0, 10.0}, q = {30.0, 60.0, 25.0};
+  ASSERT_GT(gas(20.0, 298.0, nullptr), 0.0);
+  ASSERT_LE(gas(150.0, 298.0, nullptr), 0.0);
+  ASSERT_GT(gas(10.0, 298.0, nullptr), 0.0);
+  const CEnteredPo t(760.0, 77.0, 298.0);
+  const double vamb = kFreeSpace.GetAmbientFS(true), vana = kFreeSpace.GetAnalysisFS(true);
   auto direct = [&](std::size_t i, double tamb) {
-    return CGasCalculation::VolumeAdsorbed(q[i], 55.0, 60.0, P[i], tamb, 77.35, gas, 0.0);
+    return Calc::VolumeAdsorbed(q[i], vamb, vana, p[i], tamb, 77.0, gas, 0.0) / 2.0;
   };
-  EXPECT_EQ(out[0], direct(0, 100.0));
-  EXPECT_EQ(out[1], direct(1, 77.35));
-  EXPECT_EQ(out[2], direct(2, 77.35));  // still the analysis temperature
-  EXPECT_NE(out[2], direct(2, 100.0));
-  // Per-point temperatures are read afresh.
-  std::vector<CChemiTemperatureInfo> temps(3, CChemiTemperatureInfo(77.35, 100.0));
-  NIsotherm::ChemiQuantityAdsorbed(out, q, P, 1.0, fs, temps, gas);
-  EXPECT_EQ(out[2], direct(2, 100.0));
+  ASSERT_NE(direct(2, 298.0), direct(2, 77.0));  // the choice matters at the last point
+
+  Series one;
+  NIsotherm::QuantityAdsorbed(one, q, p, 2.0, kFreeSpace, t, gas, 0.0);
+  EXPECT_EQ(one[0], direct(0, 298.0));
+  EXPECT_EQ(one[1], direct(1, 77.0));
+  EXPECT_EQ(one[2], direct(2, 77.0));
+
+  Series list;
+  NIsotherm::ChemiQuantityAdsorbed(list, q, p, 2.0, kFreeSpace,
+                                   std::vector<CChemiTemperatureInfo>(3, {77.0, 298.0}), gas);
+  EXPECT_EQ(list[1], direct(1, 77.0));
+  EXPECT_EQ(list[2], direct(2, 298.0));
 }
 
-TEST(IsothermSeries, PressureConversionsStopAtTheFirstMissingPo) {
-  Series out{-1, -1, -1, -1};
-  const Series P{70.0, 140.0, 210.0, 280.0};
-  EXPECT_FALSE(NIsotherm::AbsoluteToRelativePressure(out, P, Times(4), DroppingPo(120000)));
+TEST(Pressure, RelativeConversionStopsAtTheFirstPointWithoutPo) {
+  Series out = {-5.0, -5.0, -5.0, -5.0};
+  EXPECT_TRUE(NIsotherm::AbsoluteToRelativePressure(out, Series(), {}, kConditions));
+  EXPECT_EQ(out.size(), 0u);
+
+  const CMeasuredPo po({700.0, 710.0, 0.0, 720.0}, Minutes(4), 77.0, 296.0);
+  const Series p = {70.0, 142.0, 200.0, 360.0};
+  out = {-5.0, -5.0, -5.0, -5.0};
+  EXPECT_FALSE(NIsotherm::AbsoluteToRelativePressure(out, p, Minutes(4), po));
   EXPECT_EQ(out[0], 0.1);
   EXPECT_EQ(out[1], 0.2);
-  EXPECT_EQ(out[2], -1.0);  // left as it was
-  EXPECT_EQ(out[3], -1.0);
-  EXPECT_TRUE(NIsotherm::RelativeToAbsolutePressure(out, Series{0.5}, Times(1), DroppingPo(1)));
-  EXPECT_EQ(out.size(), 1u);
-  EXPECT_EQ(out[0], 350.0);
-  Series none;
-  EXPECT_TRUE(NIsotherm::AbsoluteToRelativePressure(none, Series(), {}, DroppingPo(0)));
+  EXPECT_EQ(out[2], -5.0);
+  EXPECT_EQ(out[3], -5.0);
+  const CEnteredPo infinite(std::numeric_limits<double>::infinity(), 77.0, 296.0);
+  EXPECT_FALSE(NIsotherm::RelativeToAbsolutePressure(out, p, Minutes(4), infinite));
+
+  // Round trip; stamps missing from a short list read as the start of the run.
+  Series rel, abs;
+  EXPECT_TRUE(NIsotherm::AbsoluteToRelativePressure(rel, p, Minutes(2), kConditions));
+  EXPECT_TRUE(NIsotherm::RelativeToAbsolutePressure(abs, rel, {}, kConditions));
+  for (std::size_t i = 0; i < p.size(); ++i) EXPECT_REL_CLOSE(abs[i], p[i], 1e-15);
 }
 
-TEST(IsothermSeries, TranspirationSwitchesOffAtTheLimit) {
-  const CEnteredPo t(760.0, 77.35, 300.0);
-  const Series P{1.0, 10.0, 100.0, 1000.0, 5.0};
+TEST(Pressure, TranspirationCorrectionSwitchesOffAtTheRatioLimit) {
+  const Series p = {0.01, 0.1, 1.0, 10.0, 0.05};
   Series out;
-  NIsotherm::MeasuredToAbsolutePressure(out, P, 1.0, 0.3, t, 0.0);  // limit 0: nothing corrected
-  for (std::size_t i = 0; i < P.size(); ++i) EXPECT_EQ(out[i], P[i]);
-  double r2 = 0, r3 = 0;
-  CGasCalculation::ThermalTranspirationPressure(100.0, 1.0, 0.3, 77.35, 300.0, &r2);
-  CGasCalculation::ThermalTranspirationPressure(1000.0, 1.0, 0.3, 77.35, 300.0, &r3);
-  const double limit = 0.5 * (r2 + r3);  // reached first at the fourth point
-  NIsotherm::MeasuredToAbsolutePressure(out, P, 1.0, 0.3, t, limit);
-  EXPECT_LT(out[0], P[0]);
-  EXPECT_EQ(out[2], 100.0 * r2);
-  EXPECT_EQ(out[3], P[3]);  // the point that reached the limit takes the measured value
-  EXPECT_EQ(out[4], P[4]);  // and so does every later one
-  // Per-point temperatures: no limit; an ambient of 0 reads as 298 K.
-  std::vector<CChemiTemperatureInfo> temps(5, CChemiTemperatureInfo(77.35, 0.0));
-  NIsotherm::MeasuredToAbsolutePressure(out, P, 1.0, 0.3, temps);
-  EXPECT_EQ(out[4], CGasCalculation::ThermalTranspirationPressure(5.0, 1.0, 0.3, 77.35, 298.0));
+  NIsotherm::MeasuredToAbsolutePressure(out, p, 1.0, 0.4, kConditions, 0.0);
+  for (std::size_t i = 0; i < p.size(); ++i) EXPECT_EQ(out[i], p[i]);
+
+  std::vector<double> ratio(p.size());
+  for (std::size_t i = 0; i < p.size(); ++i)
+    Calc::ThermalTranspirationPressure(p[i], 1.0, 0.4, 77.35, 296.0, &ratio[i]);
+  const double limit = 0.5 * (ratio[1] + ratio[2]);  // reached first at point 2
+  ASSERT_LT(ratio[4], limit);
+  NIsotherm::MeasuredToAbsolutePressure(out, p, 1.0, 0.4, kConditions, limit);
+  EXPECT_EQ(out[0], p[0] * ratio[0]);
+  EXPECT_EQ(out[1], p[1] * ratio[1]);
+  for (std::size_t i = 2; i < p.size(); ++i) EXPECT_EQ(out[i], p[i]);  // point 4 included
+
+  // Per point: no limit, ambient <= 0 read as 298 K, no analysis temperature no correction.
+  NIsotherm::MeasuredToAbsolutePressure(out, p, 1.0, 0.4,
+                                        {{77.0, 296.0}, {77.0, 0.0}, {0.0, 296.0}});
+  EXPECT_EQ(out[0], Calc::ThermalTranspirationPressure(p[0], 1.0, 0.4, 77.0, 296.0));
+  EXPECT_EQ(out[1], Calc::ThermalTranspirationPressure(p[1], 1.0, 0.4, 77.0, 298.0));
+  EXPECT_EQ(out[2], p[2]);
+  EXPECT_EQ(out[4], p[4]);  // past the list's end
 }
 
-TEST(IsothermSeries, DifferentialIsothermUsesRangeOrMutualMatch) {
-  const Series A{1.0, 2.0, 10.0};
-  const Series B{1.1, 9.0};
-  EXPECT_EQ(NIsotherm::FindMatchingRow(A, B, 0), 0);
-  EXPECT_EQ(NIsotherm::FindMatchingRow(A, B, 1), -1);  // B's 1.1 is nearer A's 1.0
-  EXPECT_EQ(NIsotherm::FindMatchingRow(A, B, 2), 1);
-  EXPECT_EQ(NIsotherm::FindMatchingRow(A, Series{0.0}, 0), -1);
-  EXPECT_EQ(NIsotherm::FindMatchingRow(A, B, 3), -1);
+TEST(Differential, RowsMatchOnlyWhenEachIsTheOthersNearest) {
+  const Series a = {0.0, 10.0, 20.0, 30.0}, b = {0.0, 11.0, 45.0};
+  EXPECT_EQ(NIsotherm::FindMatchingRow(a, b, 1), 1);
+  EXPECT_EQ(NIsotherm::FindMatchingRow(a, b, 2), -1);  // 11 is nearer to 10
+  EXPECT_EQ(NIsotherm::FindMatchingRow(a, b, 3), 2);   // 45's nearest non-zero A is 30
+  EXPECT_EQ(NIsotherm::FindMatchingRow(a, b, 0), -1);  // zero rows never match
+  EXPECT_EQ(NIsotherm::FindMatchingRow(a, b, 4), -1);
+  EXPECT_EQ(NIsotherm::FindMatchingRow(a, b, -1), -1);
+  EXPECT_EQ(NIsotherm::FindMatchingRow(a, {0.0, 0.0}, 1), -1);
+}
 
-  Series diff, pressure;
-  const Series q1{5.0, 6.0, 7.0, 8.0}, P1{0.5, 2.0, 3.0, 9.0};
-  const Series q2{1.0, 2.0, 0.0}, P2{1.0, 3.0, 0.0};  // the (0, 0) point is dropped
-  NIsotherm::DifferentialIsotherm(diff, pressure, q1, P1, q2, P2);
-  EXPECT_EQ(pressure[1], 2.0);
-  EXPECT_EQ(diff[1], 6.0 - 1.5);
-  EXPECT_EQ(diff[2], 7.0 - 2.0);
-  EXPECT_EQ(pressure[0], 0.5);  // below the range, but mutually nearest to P2 = 1.0
-  EXPECT_EQ(diff[0], 5.0 - 0.75);  // the reference extrapolated linearly
-  EXPECT_EQ(pressure[3], 0.0);  // 9.0 is outside and not matched
-  EXPECT_EQ(diff[3], 0.0);
+TEST(Differential, DifferenceFromALinearReferenceWithinItsRange) {
+  // Reference q2 = 2 + 0.01 P, unsorted, with an unfilled row.
+  const Series p2 = {300.0, 0.0, 100.0, 200.0}, q2 = {5.0, 0.0, 3.0, 4.0};
+  const Series p1 = {20.0, 150.0, 200.0, 330.0}, q1 = {3.0, 4.0, 6.0, 9.0};
+  Series diff = {7.0}, pressure;
+  NIsotherm::DifferentialIsotherm(diff, pressure, q1, p1, q2, p2);
+  ASSERT_EQ(diff.size(), p1.size());
+  ASSERT_EQ(pressure.size(), p1.size());
+  EXPECT_EQ(pressure[0], 0.0);  // below range; 100's nearest P1 is 150, not 20
+  EXPECT_EQ(diff[0], 0.0);
+  EXPECT_REL_CLOSE(diff[1], 4.0 - 3.5, 1e-14);
+  EXPECT_REL_CLOSE(diff[2], 6.0 - 4.0, 1e-14);
+  EXPECT_EQ(pressure[3], 330.0);  // outside, but 300 and 330 are each other's nearest
+  EXPECT_REL_CLOSE(diff[3], 9.0 - 5.3, 1e-14);
+
+  NIsotherm::DifferentialIsotherm(diff, pressure, q1, p1, {}, {});
+  for (std::size_t i = 0; i < p1.size(); ++i) EXPECT_EQ(diff[i] + pressure[i], 0.0);
 }

@@ -1,67 +1,86 @@
-// Free space (dead volume) of a sample tube, as the reductions read it.
+// Free space (dead volume) of the sample tube, in the form the reductions consume.
 //
-// A free space is stored as the volume times 273.15 K / T: the cm3 STP that one standard
-// atmosphere of ideal gas fills in it. "Ambient" refers the whole volume to the manifold
-// temperature, "analysis" to the sample tube in its bath. The three concrete kinds differ
-// only in how the values were obtained (entered by the operator, measured with helium,
-// or calculated from a blank tube and the sample's own volume); the reductions do not
-// care which.
+// A free space is kept as gas capacity rather than geometric volume: volume x
+// 273.15 / T, i.e. the cm3 STP one standard atmosphere of ideal gas fills in it.
+// "Ambient" refers the whole tube to the manifold temperature, "analysis" to the
+// tube with its lower part in the bath. Keeping both lets the gas arithmetic split
+// the tube into a warm and a cold part (CGasCalculation::ColdFreeVolume).
 //
-// Choices: CCalculatedFreeSpace takes the sample's volume off only for a positive
-// density; with a temperature of 0 or less it cannot refer that volume to it and leaves
-// the corresponding free space at its blank value instead of dividing by zero.
+// The concrete kinds differ only in where the numbers came from (entered, measured
+// with a non-adsorbing gas, or calculated from a blank tube and the sample's own
+// volume); a reduction reads all of them through the base class.
+//
+// Choices made here (documented so callers can rely on them):
+// - The third value is carried, not interpreted: the factor-form reductions pass it
+//   on as the low-temperature factor f2.
+// - The offset is added only when a getter is asked to, so the stored values stay
+//   what was entered or measured.
+// - CCalculatedFreeSpace takes the sample's volume off only for a positive density;
+//   with density 0 (unknown) the blank values are kept exactly. A temperature of 0 K
+//   or below (or NaN) cannot refer the sample's volume to it, so that free space is
+//   left at its blank value instead of becoming infinite.
 #pragma once
 
 #include "fiofla/po_and_t.h"
 
-/// Free space record, cm3 STP (volume × 273.15 / T).
+/// Free space of a sample tube, cm3 STP per standard atmosphere (volume x 273.15 / T).
 class CFreeSpace {
  public:
-  /// Ambient and analysis free space, the low-temperature factor f2 and an offset, cm3 STP.
+  /// Ambient and analysis free space (cm3 STP), third value (f2) and offset (cm3 STP).
   CFreeSpace(double ambient, double analysis, double third, double offset)
       : m_dAmbient(ambient), m_dAnalysis(analysis), m_dThird(third), m_dOffset(offset) {}
   virtual ~CFreeSpace() = default;
 
-  /// Free space referred to ambient temperature, cm3 STP; plus the offset when asked.
-  double GetAmbientFS(bool withOffset) const { return m_dAmbient + (withOffset ? m_dOffset : 0.0); }
-  /// Free space with the tube in the analysis bath, cm3 STP; plus the offset when asked.
-  double GetAnalysisFS(bool withOffset) const {
-    return m_dAnalysis + (withOffset ? m_dOffset : 0.0);
+  /// Free space at ambient temperature, cm3 STP; plus the offset when withOffset.
+  double GetAmbientFS(bool withOffset) const {
+    return withOffset ? m_dAmbient + m_dOffset : m_dAmbient;
   }
-  /// Replaces both free spaces, cm3 STP.
+  /// Free space with the tube in the analysis bath, cm3 STP; plus the offset when withOffset.
+  double GetAnalysisFS(bool withOffset) const {
+    return withOffset ? m_dAnalysis + m_dOffset : m_dAnalysis;
+  }
+  /// Replaces the ambient and analysis free space, cm3 STP; third value and offset are kept.
   void SetFreeSpace(double ambient, double analysis) {
     m_dAmbient = ambient;
     m_dAnalysis = analysis;
   }
-  /// The third value: the factor-form reductions pass it as the low-temperature factor f2.
+  /// Third value, carried only (the factor form's f2, dimensionless).
   double GetThirdValue() const { return m_dThird; }
-  /// The offset added by the getters, cm3 STP.
+  /// Offset the getters may add, cm3 STP.
   double GetOffset() const { return m_dOffset; }
 
  protected:
+  /// Free space at ambient temperature, cm3 STP.
   double m_dAmbient;
+  /// Free space with the tube in the bath, cm3 STP.
   double m_dAnalysis;
+  /// Third value (f2), dimensionless.
   double m_dThird;
+  /// Offset, cm3 STP.
   double m_dOffset;
 };
 
-/// Free space entered by the operator.
+/// Free space entered by the operator, cm3 STP.
 class CEnteredFreeSpace : public CFreeSpace {
  public:
-  using CFreeSpace::CFreeSpace;
+  /// Ambient and analysis free space (cm3 STP), third value (f2) and offset (cm3 STP).
+  CEnteredFreeSpace(double ambient, double analysis, double third, double offset)
+      : CFreeSpace(ambient, analysis, third, offset) {}
 };
 
-/// Free space measured (with helium) before or after the analysis.
+/// Free space measured with a non-adsorbing gas, cm3 STP.
 class CMeasuredFreeSpace : public CFreeSpace {
  public:
-  using CFreeSpace::CFreeSpace;
+  /// Ambient and analysis free space (cm3 STP), third value (f2) and offset (cm3 STP).
+  CMeasuredFreeSpace(double ambient, double analysis, double third, double offset)
+      : CFreeSpace(ambient, analysis, third, offset) {}
 };
 
-/// Free space of a blank tube less the sample's own volume (mass / density).
+/// Free space of a blank tube less the sample's own volume (mass / density), cm3 STP.
 class CCalculatedFreeSpace : public CFreeSpace {
  public:
-  /// Blank free spaces (cm3 STP), sample mass (g) and density (g/cm3); temperatures from
-  /// `conditions`.
+  /// Blank free spaces (cm3 STP), sample mass (g) and density (g/cm3), third value (f2) and
+  /// offset (cm3 STP); temperatures (K) from `conditions`.
   CCalculatedFreeSpace(CPoAndT const& conditions, double blankAmbient, double blankAnalysis,
                        double sampleMass, double sampleDensity, double third, double offset);
 };
