@@ -35,6 +35,12 @@
 #include "fiofla/isotherm.h"
 #include "fiofla/measurement.h"
 
+// Classical pore analysis.
+#include "fiofla/gasbjh.h"
+#include "fiofla/gastplot.h"
+#include "fiofla/pore_distribution.h"
+#include "fiofla/smoothderiv.h"
+
 // Calculations.
 #include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"

@@ -1,0 +1,337 @@
+#include "fiofla/gasbjh.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+// pi as the method has always been computed with it.
+constexpr double kPi = 3.14159265;
+constexpr double kTwoPi = 6.2831853;
+// pi x 1e-12: area of a length of pore wall per Å of diameter.
+constexpr double kPiE12 = 3.1415926500000005e-12;
+// Counters are 16-bit; keep every index representable.
+constexpr std::size_t kMaxPoints = 65000;
+
+}  // namespace
+
+void CBJHCalc::LimitRelPress(double& p) {
+  if (p > 0.9998) p = 0.9998;
+  if (p < 1e-10) p = 1e-10;
+}
+
+double CBJHCalc::KelvinRad(double p) const {
+  if (p < 1e-30) return 0.0;
+  double r = -m_KelvinConstant / std::log(p);
+  if (m_UseCorrection) {
+    r = r / (m_RadiusFraction + 1.0);
+    if (m_Method == 1) r = r + 3.0;
+  }
+  return r;
+}
+
+double CBJHCalc::WgtAvgRelPress(double d) const {
+  if (m_UseCorrection) {
+    if (m_Method == 1) d = d - 6.0;
+    d = d * (m_RadiusFraction + 1.0);
+  }
+  if (d < 1e-30) return 0.9998;
+  const double v = -2.0 * m_KelvinConstant / d;
+  return v >= 11.51292 ? 99999.0 : std::exp(v);
+}
+
+double CBJHCalc::WgtAvgCapDiam(double r1, double r2) {
+  const double s = r1 * r1 + r2 * r2;
+  if (s < 1e-30) return 0.0;
+  return 2.0 * r1 * r2 * (r1 + r2) / s;
+}
+
+double CBJHCalc::XSectAreaCapl(double d) {
+  return (d / 2.0) * (d / 2.0) * kPi * 1e-16;
+}
+
+double CBJHCalc::XSectAreaAnnl(double d, double t) {
+  const double r = d / 2.0;
+  return ((r + t) * (r + t) - r * r) * kPi * 1e-16;
+}
+
+double CBJHCalc::IncrPoreVol(double L, double D) {
+  return L * kPi * (D / 2.0) * (D / 2.0) * 1e-16;
+}
+
+double CBJHCalc::IncrSurfArea(double L, double D) {
+  return L * kPi * 0.01 * D * 1e-10;
+}
+
+double CBJHCalc::GetSinglePointPoreWidth(double p, double K, CThicknessFunction const& t) {
+  return 2.0 * (-K / std::log(p) + t.EvalAt(p));
+}
+
+void CBJHCalc::InvertAdsPoints(std::vector<double>& P, std::vector<double>& Q) {
+  std::reverse(P.begin(), P.end());
+  std::reverse(Q.begin(), Q.end());
+}
+
+void CBJHCalc::PrepDesPoints(std::vector<double>& P, std::vector<double>& Q) {
+  const std::size_t n = std::min(P.size(), Q.size());
+  std::vector<double> p, q;
+  for (std::size_t i = 0; i < n; ++i) {
+    // Compared with the input predecessor, not the last kept point: one rising point
+    // also costs its successor unless that one falls again.
+    if (i == 0 || (P[i] < P[i - 1] && Q[i] < Q[i - 1])) {
+      p.push_back(P[i]);
+      q.push_back(Q[i]);
+    }
+  }
+  P.swap(p);
+  Q.swap(q);
+}
+
+bool CBJHCalc::PrepIsotherm(std::vector<double>& P, std::vector<double>& Q) {
+  const std::size_t n = std::min(P.size(), Q.size());
+  P.resize(n);
+  Q.resize(n);
+  if (n < 2) {
+    m_Status = STATUS_TOO_FEW_POINTS;
+    return false;
+  }
+  for (double& p : P) LimitRelPress(p);
+  if (m_UseAdsorption) InvertAdsPoints(P, Q);
+  PrepDesPoints(P, Q);
+  if (P.size() < 2 || P.size() > kMaxPoints) {
+    m_Status = STATUS_TOO_FEW_PREPARED;
+    return false;
+  }
+  // Close the walk at zero pressure, where every pore is empty.
+  if (P.back() != 0.0 && Q.back() != 0.0) {
+    P.push_back(0.0);
+    Q.push_back(0.0);
+  }
+  return true;
+}
+
+CBJHCalc::CBJHCalc(SInput const& in)
+    : m_Method(in.m_Method),
+      m_UseCorrection(in.m_UseCorrection),
+      m_UseAdsorption(in.m_UseAdsorption),
+      m_KelvinConstant(in.m_KelvinConstant),
+      m_DensityConversion(in.m_DensityConversion),
+      m_MaxDiameter(in.m_MaxDiameter),
+      m_MinDiameter(in.m_MinDiameter),
+      m_RadiusFraction(in.m_RadiusFraction) {
+  if (in.m_pThickness == nullptr) {
+    m_Status = STATUS_NO_THICKNESS;
+    return;
+  }
+  if (!(m_KelvinConstant > 0.0)) {
+    m_Status = STATUS_BAD_KELVIN;
+    return;
+  }
+  if (!(m_DensityConversion > 0.0)) {
+    m_Status = STATUS_BAD_DENSITY;
+    return;
+  }
+  m_RelPress = in.m_RelPress;
+  m_QtyAdsorbed = in.m_QtyAdsorbed;
+  if (!PrepIsotherm(m_RelPress, m_QtyAdsorbed)) return;
+
+  const std::size_t n = m_RelPress.size();
+  m_Lengths.assign(n, 0.0);
+  m_AvgDiameters.assign(n, 0.0);
+  m_Diameters.assign(n + 1, 0.0);
+  m_BoundaryRelPress.assign(n + 1, 0.0);
+  const CThicknessFunction& t = *in.m_pThickness;
+  if (!m_UseCorrection)
+    VariantA(t);
+  else if (m_Method == 2)
+    VariantB(t);
+  else
+    VariantC(t);
+  if (m_NumIntervals == 0) {
+    m_Status = STATUS_NO_INTERVAL;
+    return;
+  }
+
+  // Intervals run from large to small diameters.
+  std::size_t first = 0;
+  while (first < m_NumIntervals && !(m_AvgDiameters[first] <= m_MaxDiameter)) ++first;
+  std::size_t end = m_NumIntervals;
+  while (end > first && !(m_AvgDiameters[end - 1] >= m_MinDiameter)) --end;
+  if (first >= m_NumIntervals || end == first) {
+    m_Status = STATUS_NONE_IN_RANGE;
+    return;
+  }
+  m_FirstSelected = static_cast<std::uint16_t>(first);
+  m_EndSelected = static_cast<std::uint16_t>(end);
+  m_NumSelected = static_cast<std::uint16_t>(end - first);
+
+  CNumVector<double> diameters(m_NumSelected + 1u), volumes(m_NumSelected), areas(m_NumSelected);
+  double totalVolume = 0.0, totalArea = 0.0;
+  for (std::size_t k = first; k < end; ++k) {
+    volumes[k - first] = IncrPoreVol(m_Lengths[k], m_AvgDiameters[k]);
+    areas[k - first] = IncrSurfArea(m_Lengths[k], m_AvgDiameters[k]);
+    totalVolume += volumes[k - first];
+    totalArea += areas[k - first];
+  }
+  for (std::size_t k = first; k <= end; ++k) diameters[k - first] = m_Diameters[k];
+  m_VolumeDistribution.Set(diameters, volumes);
+  m_AreaDistribution.Set(diameters, areas);
+  m_TotalPoreVolume = totalVolume;
+  m_TotalPoreArea = totalArea;
+  m_Status = STATUS_OK;
+}
+
+void CBJHCalc::VariantA(CThicknessFunction const& t) {
+  const std::vector<double>& P = m_RelPress;
+  const std::vector<double>& Q = m_QtyAdsorbed;
+  const std::size_t n = P.size();
+  const double F = m_DensityConversion;
+  m_Diameters[0] = 2.0 * (KelvinRad(P[0]) + t.EvalAt(P[0]));
+  m_BoundaryRelPress[0] = P[0];
+  double volume = F * Q[0];
+  double area = 0.0, length = 0.0;
+  for (std::size_t i = 1; i + 1 < n; ++i) {
+    m_Diameters[i] = 2.0 * (KelvinRad(P[i]) + t.EvalAt(P[i]));
+    m_BoundaryRelPress[i] = P[i];
+    const double davg = (m_Diameters[i - 1] + m_Diameters[i]) / 2.0;
+    const double dt = t.EvalAt(P[i - 1]) - t.EvalAt(P[i]);
+    const double rk = (KelvinRad(P[i - 1]) + KelvinRad(P[i])) / 2.0;
+    const double R = (davg / 2.0) / (dt + rk);
+    const double dV = volume - F * Q[i];
+    volume = F * Q[i];
+    const double vp =
+        R * R * (dV - dt * 1e-8 * (area - kTwoPi * (davg / 2.0 - rk) * 1e-8 * length));
+    const double a = vp > 0.0 ? 4.0 * vp / (davg * 1e-8) : 0.0;
+    const double l = a / (davg * kPi * 1e-8);
+    m_AvgDiameters[i - 1] = davg;
+    m_Lengths[i - 1] = l;
+    area += a;
+    length += l;
+  }
+  m_NumIntervals = static_cast<std::uint16_t>(n > 2 ? n - 2 : 0);
+}
+
+void CBJHCalc::VariantC(CThicknessFunction const& t) {
+  const std::vector<double>& P = m_RelPress;
+  const std::vector<double>& Q = m_QtyAdsorbed;
+  const std::size_t n = P.size();
+  const double F = m_DensityConversion;
+  m_Diameters[0] = 2.0 * (KelvinRad(P[0]) + t.EvalAt(P[0]));
+  m_BoundaryRelPress[0] = P[0];
+  std::size_t j = 0, count = 0;
+  for (std::size_t i = 1; i + 1 < n; ++i) {
+    const double ti = t.EvalAt(P[i]), tj = t.EvalAt(P[j]);
+    double freed = 0.0;  // film released from the pores already found
+    for (std::size_t k = 0; k < count; ++k)
+      freed += m_Lengths[k] * (XSectAreaCapl(2.0 * (m_AvgDiameters[k] / 2.0 - ti)) -
+                               XSectAreaCapl(2.0 * (m_AvgDiameters[k] / 2.0 - tj)));
+    const double dV = (Q[j] - Q[i]) * F - freed;
+    if (dV < 0.0) continue;  // the film alone explains this step: try the next point
+    m_Diameters[count + 1] = 2.0 * (KelvinRad(P[i]) + ti);
+    m_BoundaryRelPress[count + 1] = P[i];
+    const double dc = WgtAvgCapDiam(KelvinRad(P[j]), KelvinRad(P[i]));
+    const double pc = WgtAvgRelPress(dc);
+    m_AvgDiameters[count] = dc + 2.0 * t.EvalAt(pc);
+    m_Lengths[count] = dV / XSectAreaCapl(dc);
+    ++count;
+    j = i;
+  }
+  m_NumIntervals = static_cast<std::uint16_t>(count);
+}
+
+void CBJHCalc::VariantB(CThicknessFunction const& t) {
+  const std::vector<double>& P = m_RelPress;
+  const std::vector<double>& Q = m_QtyAdsorbed;
+  const std::size_t n = P.size();
+  const double F = m_DensityConversion;
+  m_Diameters[0] = 2.0 * KelvinRad(P[0]);
+  m_BoundaryRelPress[0] = P[0];
+  std::size_t count = 0;
+  // Widens the boundaries found so far (count + 1 of them) and the averages by 2 dt.
+  auto widen = [&](double dt, std::size_t boundaries, std::size_t averages) {
+    for (std::size_t k = 0; k < boundaries; ++k) m_Diameters[k] += 2.0 * dt;
+    for (std::size_t k = 0; k < averages; ++k) m_AvgDiameters[k] += 2.0 * dt;
+  };
+  for (std::size_t i = 0; i + 1 < n; ++i) {
+    double dt = t.EvalAt(P[i]) - t.EvalAt(P[i + 1]);
+    const double dV = F * Q[i] - F * Q[i + 1];
+    const bool last = i + 2 == n;
+    double freed = 0.0;
+    for (std::size_t k = 0; k < count; ++k)
+      freed += m_Lengths[k] * XSectAreaAnnl(m_AvgDiameters[k], dt);
+    const bool open = !last && (count == 0 ? dV > 0.0 : freed < dV);
+    if (!open) {
+      if (count > 0 && !last) {
+        // The film alone explains the step: the thinning follows from the volume freed.
+        double a = 0.0;
+        for (std::size_t k = 0; k < count; ++k) a += kPiE12 * m_AvgDiameters[k] * m_Lengths[k];
+        if (a != 0.0) dt = (dV * 1e-6) / (a * 1e-10);
+      }
+      widen(dt, count + 1, count);
+      continue;
+    }
+    const double r0 = KelvinRad(P[i]), r1 = KelvinRad(P[i + 1]);
+    m_Diameters[count + 1] = 2.0 * r1;
+    m_BoundaryRelPress[count + 1] = P[i + 1];
+    double davg = WgtAvgCapDiam(r0, r1);
+    const double pc = WgtAvgRelPress(davg);
+    const double t1 = t.EvalAt(pc), t2 = t.EvalAt(P[i + 1]);
+    m_Lengths[count] = (dV - freed) / (XSectAreaCapl(davg) + XSectAreaAnnl(davg, t1 - t2));
+    davg += 2.0 * (t1 - t2);
+    widen(dt, count + 1, count);  // the earlier boundaries and averages
+    m_AvgDiameters[count] = davg;
+    ++count;
+  }
+  m_NumIntervals = static_cast<std::uint16_t>(count);
+}
+
+void CBJHCalc::Select(CNumVector<double>& out, std::vector<double> const& v,
+                      std::size_t extra) const {
+  const std::size_t m = m_Status == STATUS_OK ? m_NumSelected + extra : 0;
+  out.SetDim(m);
+  for (std::size_t k = 0; k < m; ++k) out[k] = v[m_FirstSelected + k];
+}
+
+void CBJHCalc::GetPoreDiameters(CNumVector<double>& out) const {
+  Select(out, m_Diameters, 1);
+}
+
+void CBJHCalc::GetPoreRelativePressures(CNumVector<double>& out) const {
+  Select(out, m_BoundaryRelPress, 1);
+}
+
+void CBJHCalc::GetAverageDiameters(CNumVector<double>& out) const {
+  Select(out, m_AvgDiameters, 0);
+}
+
+void CBJHCalc::GetIncrementalVolume(CNumVector<double>& out) const {
+  m_VolumeDistribution.GetIncremental(out);
+}
+
+void CBJHCalc::GetCumulativeVolume(CNumVector<double>& out, bool reverse) const {
+  m_VolumeDistribution.GetCumulative(out, reverse);
+}
+
+void CBJHCalc::GetDifferentialVolume(CNumVector<double>& out, bool smoothed) const {
+  m_VolumeDistribution.GetDifferential(out, smoothed);
+}
+
+void CBJHCalc::GetLogDifferentialVolume(CNumVector<double>& out, bool smoothed) const {
+  m_VolumeDistribution.GetLogDifferential(out, smoothed);
+}
+
+void CBJHCalc::GetIncrementalArea(CNumVector<double>& out) const {
+  m_AreaDistribution.GetIncremental(out);
+}
+
+void CBJHCalc::GetCumulativeArea(CNumVector<double>& out, bool reverse) const {
+  m_AreaDistribution.GetCumulative(out, reverse);
+}
+
+void CBJHCalc::GetDifferentialArea(CNumVector<double>& out, bool smoothed) const {
+  m_AreaDistribution.GetDifferential(out, smoothed);
+}
+
+void CBJHCalc::GetLogDifferentialArea(CNumVector<double>& out, bool smoothed) const {
+  m_AreaDistribution.GetLogDifferential(out, smoothed);
+}
