@@ -335,4 +335,39 @@ TEST(ToolReduce, SimulatedRunReducesToItsModelAndBadRunsWriteNothing) {
   std::filesystem::remove_all(dir);
 }
 
+TEST(ToolPores, TPlotAndBjhReportTheLibraryResults) {
+  const auto t = RunTool({"tplot", kExample, "--json", "--t-range", "3.5:6", "--bet-area", "400"});
+  ASSERT_EQ(t.code, 0) << t.err;
+  rapidjson::Document doc;
+  doc.Parse(t.out.c_str());
+  ASSERT_FALSE(doc.HasParseError());
+  EXPECT_EQ(doc["status"].GetInt(), 0);
+  EXPECT_NEAR(
+      doc["external_area_m2_per_g"].GetDouble() + doc["micropore_area_m2_per_g"].GetDouble(), 400.0,
+      1e-9);
+  const auto b = RunTool({"bjh", kExample, "--json", "--method", "corrected"});
+  ASSERT_EQ(b.code, 0) << b.err;
+  doc.Parse(b.out.c_str());
+  ASSERT_FALSE(doc.HasParseError());
+  const auto& intervals = doc["intervals"];
+  ASSERT_GT(intervals.Size(), 3u);
+  double sum = 0.0;
+  for (const auto& i : intervals.GetArray()) sum += i["incremental_volume_cm3_per_g"].GetDouble();
+  EXPECT_NEAR(sum, doc["total_pore_volume_cm3_per_g"].GetDouble(), 1e-12);
+
+  // A user thickness curve from a file; bad curves and arguments are refused.
+  const std::string dir = ::testing::TempDir() + "fiofla-pores-" + std::to_string(::getpid());
+  std::filesystem::create_directories(dir);
+  std::ofstream(dir + "/t.csv") << "relative_pressure,thickness [A]\n0.05,3.0\n0.5,6.5\n0.95,20\n";
+  EXPECT_EQ(RunTool({"tplot", kExample, "--thickness", "user:" + dir + "/t.csv"}).code, 0);
+  std::ofstream(dir + "/bad.csv") << "0.5,6\n0.4,5\n";
+  const auto bad = RunTool({"tplot", kExample, "--thickness", "user:" + dir + "/bad.csv"});
+  EXPECT_EQ(bad.code, 1);
+  EXPECT_NE(bad.err.find("bad.csv:2: relative pressures must rise"), std::string::npos) << bad.err;
+  EXPECT_EQ(RunTool({"bjh", kExample, "--method", "fancy"}).code, 2);
+  EXPECT_EQ(RunTool({"tplot", kExample, "--t-range", "5:3"}).code, 2);
+  EXPECT_EQ(RunTool({"bjh", kExample, "--diameter-range", "5000:6000"}).code, 3);
+  std::filesystem::remove_all(dir);
+}
+
 }  // namespace

@@ -15,6 +15,8 @@ constexpr const char* kMainHelp =
     "commands:\n"
     "  bet FILE       BET surface area, C value and monolayer quantity of an isotherm\n"
     "  report FILE... BET report (summary, checks, points, plots) as HTML, JSON or text\n"
+    "  tplot FILE     t-plot: micropore volume, external and micropore areas\n"
+    "  bjh FILE       BJH pore-size distribution of one branch\n"
     "  reduce RUN     reduce a measurement file to an isotherm (CSV)\n"
     "  simulate       play an isotherm model back into a measurement file\n"
     "  gas ...        gas tables: list, show, Z, saturation pressure and temperature, convert\n"
@@ -34,6 +36,8 @@ int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
   if (command == "report") return RunReport(rest, out, err);
   if (command == "gas") return RunGas(rest, out, err);
   if (command == "reduce") return RunReduce(rest, out, err);
+  if (command == "tplot") return RunTPlot(rest, out, err);
+  if (command == "bjh") return RunBjh(rest, out, err);
   if (command == "simulate") return RunSimulate(rest, out, err);
   if (command == "help" || command == "--help" || command == "-h") {
     out << kMainHelp;

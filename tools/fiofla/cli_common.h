@@ -102,6 +102,10 @@ int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostr
 int RunReduce(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 /// Runs `fiofla simulate`.
 int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+/// Runs `fiofla tplot`.
+int RunTPlot(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+/// Runs `fiofla bjh`.
+int RunBjh(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 /// Runs `fiofla gas`.
 int RunGas(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
