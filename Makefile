@@ -55,6 +55,7 @@ test-fuzz: deps
 bench: build
 	$(BUILD)/bench/bet_bench
 	$(BUILD)/bench/gas_bench
+	$(BUILD)/bench/pore_bench
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) build-fuzz
