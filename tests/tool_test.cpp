@@ -367,6 +367,12 @@ TEST(ToolPores, TPlotAndBjhReportTheLibraryResults) {
   EXPECT_EQ(RunTool({"bjh", kExample, "--method", "fancy"}).code, 2);
   EXPECT_EQ(RunTool({"tplot", kExample, "--t-range", "5:3"}).code, 2);
   EXPECT_EQ(RunTool({"bjh", kExample, "--diameter-range", "5000:6000"}).code, 3);
+  // The report carries both sections, with the same totals.
+  const auto report = RunTool({"report", kExample});
+  ASSERT_EQ(report.code, 0) << report.err;
+  EXPECT_NE(report.out.find("t-Plot Report"), std::string::npos);
+  EXPECT_NE(report.out.find("BJH dV/dlog(D) Pore Volume"), std::string::npos);
+  EXPECT_NE(report.out.find("BJH Pore Intervals"), std::string::npos);
   std::filesystem::remove_all(dir);
 }
 

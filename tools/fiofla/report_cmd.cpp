@@ -12,6 +12,7 @@
 #include "fiofla/report/report_render.h"
 #include "fiofla/report/report_text.h"
 #include "fiofla/report_bet.h"
+#include "fiofla/report_pores.h"
 
 namespace fiofla::cli {
 namespace {
@@ -260,7 +261,49 @@ CReportDataItemBase* AddPlots(const std::vector<std::shared_ptr<CCalcBET>>& calc
   return NBET::PlotReportIso(calcs, names, page, isoX, isoY, overlay, graph);
 }
 
+// The t-plot (Harkins-Jura, 3.5 to 5 Å, total area from BET) and BJH (classical, desorption
+// branch, or adsorption when there is none) pages of one isotherm, when they have results.
+void AddPorePages(const IsothermData& iso, const BetRun& run, const std::string& file,
+                  std::vector<std::unique_ptr<CReportPageData>>& pages) {
+  const CThicknessFunction thickness(CThicknessFunction::eHarkinsJura);
+  CTPlotCalc::SInput t;
+  CBJHCalc::SInput b;
+  for (std::size_t i = 0; i < iso.size(); ++i) {
+    const bool ads = iso.branch[i] == Branch::kAdsorption;
+    if (ads) {
+      t.m_RelPress.push_back(iso.relativePressure[i]);
+      t.m_QtyAdsorbed.push_back(iso.quantityAdsorbedCm3PerGStp[i]);
+    } else {
+      b.m_RelPress.push_back(iso.relativePressure[i]);
+      b.m_QtyAdsorbed.push_back(iso.quantityAdsorbedCm3PerGStp[i]);
+    }
+  }
+  t.m_pThickness = &thickness;
+  t.m_TotalSurfaceArea = NoBetResult(*run.calc) ? 0.0 : run.calc->surfaceArea;
+  const CTPlotCalc tplot(t);
+  if (tplot.m_Status == 0 || tplot.m_Status == 1) {
+    pages.push_back(std::make_unique<CReportPageData>(CStr("t-Plot report: ") + file));
+    AddTPlotSection(tplot, CStr("Harkins and Jura"), pages.back().get(), nullptr);
+  }
+  b.m_UseAdsorption = b.m_RelPress.size() < 2;
+  if (b.m_UseAdsorption) {
+    b.m_RelPress = t.m_RelPress;
+    b.m_QtyAdsorbed = t.m_QtyAdsorbed;
+  }
+  CThicknessFunction bjhThickness(CThicknessFunction::eHarkinsJura);
+  b.m_pThickness = &bjhThickness;
+  const CBJHCalc bjh(b);
+  if (bjh.GetStatus() == CBJHCalc::STATUS_OK) {
+    pages.push_back(std::make_unique<CReportPageData>(CStr("BJH report: ") + file));
+    const std::string what = std::string(b.m_UseAdsorption ? "adsorption" : "desorption") +
+                             " branch, classical method, Harkins and Jura thickness curve, "
+                             "Kelvin constant 9.53 Å";
+    AddBjhSection(bjh, CStr(what), pages.back().get(), nullptr);
+  }
+}
+
 std::vector<std::unique_ptr<CReportPageData>> BuildPages(const ReportOptions& opt,
+                                                         const std::vector<IsothermData>& isotherms,
                                                          const std::vector<BetRun>& runs) {
   std::vector<std::unique_ptr<CReportPageData>> pages;
   std::vector<std::shared_ptr<CCalcBET>> calcs;
@@ -275,6 +318,7 @@ std::vector<std::unique_ptr<CReportPageData>> BuildPages(const ReportOptions& op
     CReportDataItemBase* last = AddIsothermItems(runs[i], page, nullptr);
     if (runs.size() == 1) last = AddPlots(calcs, names, page, last);
     NBET::AddTabularData(*runs[i].calc, page, last);
+    AddPorePages(isotherms[i], runs[i], opt.files[i], pages);
   }
   if (runs.size() > 1) {
     pages.push_back(std::make_unique<CReportPageData>(CStr("BET plots of all isotherms")));
@@ -311,7 +355,7 @@ int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostr
   const UnitsSelection units(opt.units, opt.molarMassGPerMol);
   std::vector<BetRun> runs;
   for (const auto& iso : isotherms) runs.push_back(RunBetOn(iso, opt.bet));
-  const auto pages = BuildPages(opt, runs);
+  const auto pages = BuildPages(opt, isotherms, runs);
 
   std::vector<const CReportPageData*> view;
   for (const auto& page : pages) view.push_back(page.get());
