@@ -154,9 +154,9 @@ TEST(ToolReport, FormatsFollowTheOutputName) {
   rapidjson::Document doc;
   doc.Parse(ReadFile(json).c_str());
   ASSERT_FALSE(doc.HasParseError());
-  // A page per isotherm and a last page with the overlaid plots.
-  ASSERT_EQ(doc["pages"].Size(), 3u);
-  const auto& overlay = doc["pages"][2]["items"];
+  // BET, t-plot and BJH pages per isotherm, and a last page with the overlaid BET plots.
+  ASSERT_EQ(doc["pages"].Size(), 7u);
+  const auto& overlay = doc["pages"][6]["items"];
   ASSERT_EQ(overlay.Size(), 2u);
   EXPECT_EQ(overlay[0]["curves"].Size(), 2u);
 
