@@ -167,3 +167,57 @@ TEST(BJHCalculation, EveryVariantFindsASinglePoreSize) {
     }
   }
 }
+
+// Film widening: every boundary grows by twice the film thinning of each later step, a
+// step the film explains re-derives the thinning from the volume freed, and an interval
+// opens with L = (dV - W) / (capillary + annulus).
+TEST(BJHCalculation, FilmWideningKeepsItsRelations) {
+  CThicknessFunction t(CThicknessFunction::eHalsey);
+  for (const double secondStep : {120.0, 0.01}) {  // opens a second interval, or film only
+    SCOPED_TRACE(secondStep);
+    CBJHCalc::SInput in;
+    in.m_pThickness = &t;
+    in.m_UseCorrection = true;
+    in.m_Method = 2;
+    in.m_MinDiameter = 0.0;
+    in.m_MaxDiameter = 1e9;
+    in.m_RelPress = {0.9, 0.7, 0.5};
+    in.m_QtyAdsorbed = {400.0, 250.0, 250.0 - secondStep};
+    const CBJHCalc calc(in);
+    ASSERT_EQ(calc.GetStatus(), CBJHCalc::STATUS_OK);
+    const double F = in.m_DensityConversion;
+    const double r0 = calc.KelvinRad(0.9), r1 = calc.KelvinRad(0.7), r2 = calc.KelvinRad(0.5);
+    const double dt0 = t.EvalAt(0.9) - t.EvalAt(0.7);
+    const double dt2 = t.EvalAt(0.5) - t.EvalAt(0.0);  // the closing step to (0, 0)
+    // First interval.
+    double davg = CBJHCalc::WgtAvgCapDiam(r0, r1);
+    const double t1 = t.EvalAt(calc.WgtAvgRelPress(davg)), t2 = t.EvalAt(0.7);
+    const double dV0 = F * 150.0;
+    const double L0 =
+        dV0 / (CBJHCalc::XSectAreaCapl(davg) + CBJHCalc::XSectAreaAnnl(davg, t1 - t2));
+    davg += 2.0 * (t1 - t2);
+    // Second step.
+    double dt1 = t.EvalAt(0.7) - t.EvalAt(0.5);
+    const double dV1 = F * secondStep;
+    const double W = L0 * CBJHCalc::XSectAreaAnnl(davg, dt1);
+    CNumVector<double> d, avg, vol;
+    calc.GetPoreDiameters(d);
+    calc.GetAverageDiameters(avg);
+    calc.GetIncrementalVolume(vol);
+    EXPECT_EQ(W<dV1, secondStep> 1.0);  // both paths are taken
+    if (W < dV1) {
+      ASSERT_EQ(avg.size(), 2u);
+      EXPECT_REL_CLOSE(d[0], 2.0 * r0 + 2.0 * (dt0 + dt1 + dt2), 1e-12);
+      EXPECT_REL_CLOSE(d[1], 2.0 * r1 + 2.0 * (dt1 + dt2), 1e-12);
+      EXPECT_REL_CLOSE(d[2], 2.0 * r2 + 2.0 * dt2, 1e-12);
+      EXPECT_REL_CLOSE(avg[0], davg + 2.0 * (dt1 + dt2), 1e-12);
+    } else {
+      ASSERT_EQ(avg.size(), 1u);
+      dt1 = (dV1 * 1e-6) / (3.1415926500000005e-12 * davg * L0 * 1e-10);
+      EXPECT_REL_CLOSE(d[0], 2.0 * r0 + 2.0 * (dt0 + dt1 + dt2), 1e-12);
+      EXPECT_REL_CLOSE(d[1], 2.0 * r1 + 2.0 * (dt1 + dt2), 1e-12);
+      EXPECT_REL_CLOSE(avg[0], davg + 2.0 * (dt1 + dt2), 1e-12);
+    }
+    EXPECT_REL_CLOSE(vol[0], CBJHCalc::IncrPoreVol(L0, avg[0]), 1e-12);
+  }
+}
