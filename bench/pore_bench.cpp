@@ -23,8 +23,10 @@ void Branch(CThicknessFunction const& t, std::vector<double>& p, std::vector<dou
   }
 }
 
+// Arg: the thickness curve; Broekhoff-de Boer solves its equation by Newton at every point.
 void BM_TPlot_100Points(benchmark::State& state) {
-  const CThicknessFunction t(CThicknessFunction::eHarkinsJura);
+  const auto type = static_cast<CThicknessFunction::EType>(state.range(0));
+  const CThicknessFunction t(type);
   CTPlotCalc::SInput in;
   Branch(t, in.m_RelPress, in.m_QtyAdsorbed);
   in.m_pThickness = &t;
@@ -33,8 +35,11 @@ void BM_TPlot_100Points(benchmark::State& state) {
     CTPlotCalc calc(in);
     benchmark::DoNotOptimize(calc.m_ExternalArea);
   }
+  state.SetLabel(type == CThicknessFunction::eHarkinsJura ? "Harkins-Jura" : "Broekhoff-de Boer");
 }
-BENCHMARK(BM_TPlot_100Points);
+BENCHMARK(BM_TPlot_100Points)
+    ->Arg(CThicknessFunction::eHarkinsJura)
+    ->Arg(CThicknessFunction::eBroekhoffDeBoer);
 
 // Arg: 0 classical, 1 corrected, 2 film widening.
 void BM_BJH_100Points(benchmark::State& state) {
@@ -53,20 +58,6 @@ void BM_BJH_100Points(benchmark::State& state) {
                                        : "widening");
 }
 BENCHMARK(BM_BJH_100Points)->Arg(0)->Arg(1)->Arg(2);
-
-// The Broekhoff-de Boer curve solves its equation by Newton at every point.
-void BM_TPlot_100Points_BroekhoffDeBoer(benchmark::State& state) {
-  const CThicknessFunction t(CThicknessFunction::eBroekhoffDeBoer);
-  CTPlotCalc::SInput in;
-  Branch(t, in.m_RelPress, in.m_QtyAdsorbed);
-  in.m_pThickness = &t;
-  in.m_TotalSurfaceArea = 400.0;
-  for (auto _ : state) {
-    CTPlotCalc calc(in);
-    benchmark::DoNotOptimize(calc.m_ExternalArea);
-  }
-}
-BENCHMARK(BM_TPlot_100Points_BroekhoffDeBoer);
 
 }  // namespace
 

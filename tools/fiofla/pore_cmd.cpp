@@ -271,32 +271,38 @@ void BranchPoints(const IsothermData& iso, bool adsorption, std::vector<double>&
     }
 }
 
+// Parses the command line, builds the thickness curve and reads the isotherm; an exit code
+// when the command is done (help shown or an error reported).
+std::optional<int> Prepare(const char* command, const char* help, bool bjh,
+                           const std::vector<std::string>& args, std::ostream& out,
+                           std::ostream& err, PoreOptions& o,
+                           std::unique_ptr<CThicknessFunction>& thickness, IsothermData& iso) {
+  try {
+    o = Parse(args, bjh);
+    if (o.help) {
+      out << Help(help);
+      return kExitOk;
+    }
+    thickness = MakeThickness(o.thickness);
+    iso = LoadIsotherm(o.file, err);
+  } catch (const UsageError& e) {
+    err << "fiofla " << command << ": " << e.message << "\ntry 'fiofla " << command << " --help'\n";
+    return kExitUsageError;
+  } catch (const InputError& e) {
+    err << "fiofla " << command << ": " << e.what() << "\n";
+    return kExitInputError;
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 int RunTPlot(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   PoreOptions o;
   std::unique_ptr<CThicknessFunction> thickness;
   IsothermData iso;
-  try {
-    o = Parse(args, false);
-    if (o.help) {
-      out << Help(kTPlotHelp);
-      return kExitOk;
-    }
-    thickness = MakeThickness(o.thickness);
-  } catch (const UsageError& e) {
-    err << "fiofla tplot: " << e.message << "\ntry 'fiofla tplot --help'\n";
-    return kExitUsageError;
-  } catch (const InputError& e) {
-    err << "fiofla tplot: " << e.what() << "\n";
-    return kExitInputError;
-  }
-  try {
-    iso = LoadIsotherm(o.file, err);
-  } catch (const InputError& e) {
-    err << "fiofla tplot: " << e.what() << "\n";
-    return kExitInputError;
-  }
+  if (const auto code = Prepare("tplot", kTPlotHelp, false, args, out, err, o, thickness, iso))
+    return *code;
   double area = 0.0;
   if (o.betArea) {
     area = *o.betArea;
@@ -377,26 +383,8 @@ int RunBjh(const std::vector<std::string>& args, std::ostream& out, std::ostream
   PoreOptions o;
   std::unique_ptr<CThicknessFunction> thickness;
   IsothermData iso;
-  try {
-    o = Parse(args, true);
-    if (o.help) {
-      out << Help(kBjhHelp);
-      return kExitOk;
-    }
-    thickness = MakeThickness(o.thickness);
-  } catch (const UsageError& e) {
-    err << "fiofla bjh: " << e.message << "\ntry 'fiofla bjh --help'\n";
-    return kExitUsageError;
-  } catch (const InputError& e) {
-    err << "fiofla bjh: " << e.what() << "\n";
-    return kExitInputError;
-  }
-  try {
-    iso = LoadIsotherm(o.file, err);
-  } catch (const InputError& e) {
-    err << "fiofla bjh: " << e.what() << "\n";
-    return kExitInputError;
-  }
+  if (const auto code = Prepare("bjh", kBjhHelp, true, args, out, err, o, thickness, iso))
+    return *code;
   CBJHCalc::SInput in;
   BranchPoints(iso, o.adsorption, in.m_RelPress, in.m_QtyAdsorbed);
   in.m_pThickness = thickness.get();
