@@ -215,13 +215,13 @@ void BM_ReduceMeasurement_100Points(benchmark::State& state) {
   }
   CGasCompressibilityCache cache;
   cache.SetDirectory(CStr(dir.string()));
-  fiofla::SimulationSpec spec;
-  spec.adsorptive = "benchgas";
-  for (int i = 0; i < 80; ++i) spec.adsorptionTargets.push_back(0.01 + 0.94 * i / 79.0);
-  for (int i = 1; i <= 20; ++i) spec.desorptionTargets.push_back(0.95 - 0.9 * i / 20.0);
-  spec.transpiration = fiofla::Measurement::Transpiration{1.0, 0.3, 0.999};
+  fiofla::SimulationPlan plan;
+  plan.adsorptive = "benchgas";
+  for (int i = 0; i < 80; ++i) plan.adsorptionTargets.push_back(0.01 + 0.94 * i / 79.0);
+  for (int i = 1; i <= 20; ++i) plan.desorptionTargets.push_back(0.95 - 0.9 * i / 20.0);
+  plan.transpiration = fiofla::Measurement::Transpiration{1.0, 0.3, 0.999};
   const fiofla::Measurement run =
-      fiofla::SimulateMeasurement(spec, *cache.GetGas(CStr("benchgas")));
+      fiofla::SimulateMeasurement(plan, *cache.GetGas(CStr("benchgas")));
   for (auto _ : state) {
     fiofla::ReducedIsotherm reduced = fiofla::ReduceMeasurement(run, cache);
     benchmark::DoNotOptimize(reduced.quantityAdsorbedCm3PerGStp.data());

@@ -233,66 +233,66 @@ std::string IsothermModel::Describe() const {
   return which + ", C = " + Show(c) + ", Qm = " + Show(qm) + " cm3/g STP";
 }
 
-Measurement SimulateMeasurement(const SimulationSpec& spec, const CGasCompressibilityBase& gas) {
+Measurement SimulateMeasurement(const SimulationPlan& plan, const CGasCompressibilityBase& gas) {
   Measurement m;
   m.source = "simulation";
   auto fail = [&](const std::string& what) { throw InputError("simulation: " + what); };
-  if (!(spec.sampleMassG > 0.0)) fail("the sample mass must be greater than 0");
-  if (!(spec.freeSpaceAmbientCm3Stp > 0.0) || !(spec.freeSpaceAnalysisCm3Stp > 0.0))
+  if (!(plan.sampleMassG > 0.0)) fail("the sample mass must be greater than 0");
+  if (!(plan.freeSpaceAmbientCm3Stp > 0.0) || !(plan.freeSpaceAnalysisCm3Stp > 0.0))
     fail("both free spaces must be greater than 0");
-  if (!(spec.ambientTemperatureK > 0.0) || !(spec.analysisTemperatureK > 0.0))
+  if (!(plan.ambientTemperatureK > 0.0) || !(plan.analysisTemperatureK > 0.0))
     fail("both temperatures must be greater than 0");
-  if (!(spec.secondsPerPoint > 0.0)) fail("the time between points must be greater than 0");
-  std::vector<double> targets = spec.adsorptionTargets;
-  targets.insert(targets.end(), spec.desorptionTargets.begin(), spec.desorptionTargets.end());
+  if (!(plan.secondsPerPoint > 0.0)) fail("the time between points must be greater than 0");
+  std::vector<double> targets = plan.adsorptionTargets;
+  targets.insert(targets.end(), plan.desorptionTargets.begin(), plan.desorptionTargets.end());
   if (targets.empty()) fail("no relative pressures to dose to");
   for (double x : targets)
     if (!(x > 0.0 && x < 1.0))
       fail("relative pressures must lie between 0 and 1 (got " + Show(x) + ")");
-  if (spec.model.kind == IsothermModel::Kind::kBet && spec.model.layers <= 0.0 &&
+  if (plan.model.kind == IsothermModel::Kind::kBet && plan.model.layers <= 0.0 &&
       targets.end() !=
           std::find_if(targets.begin(), targets.end(), [](double x) { return x >= 0.999; }))
     fail("the unrestricted BET equation has no finite value that close to saturation");
 
-  const double tana = spec.analysisTemperatureK, tamb = spec.ambientTemperatureK;
-  double po = spec.poMmHg;
+  const double tana = plan.analysisTemperatureK, tamb = plan.ambientTemperatureK;
+  double po = plan.poMmHg;
   if (!(po > 0.0)) {
     if (!gas.CalcPsatFromTemp(&po, tana, false) && !gas.CalcPsatFromTemp(&po, tana, true))
       fail("the gas table has no saturation pressure at " + Show(tana) + " K; give Po");
   }
 
-  m.sampleName = spec.sampleName;
-  m.sampleMassG = spec.sampleMassG;
-  m.adsorptive = spec.adsorptive;
+  m.sampleName = plan.sampleName;
+  m.sampleMassG = plan.sampleMassG;
+  m.adsorptive = plan.adsorptive;
   m.ambientTemperatureK = tamb;
   m.analysisTemperatureK = tana;
   m.freeSpace.kind = FreeSpaceKind::kMeasured;
-  m.freeSpace.ambientCm3Stp = spec.freeSpaceAmbientCm3Stp;
-  m.freeSpace.analysisCm3Stp = spec.freeSpaceAnalysisCm3Stp;
+  m.freeSpace.ambientCm3Stp = plan.freeSpaceAmbientCm3Stp;
+  m.freeSpace.analysisCm3Stp = plan.freeSpaceAnalysisCm3Stp;
   m.po.source = PoSourceKind::kEntered;
   m.po.enteredMmHg = po;
-  m.gasLaw = spec.gasLaw;
-  m.transpiration = spec.transpiration;
+  m.gasLaw = plan.gasLaw;
+  m.transpiration = plan.transpiration;
 
   const CEnteredPo conditions(po, tana, tamb);
   const std::size_t n = targets.size();
   std::vector<double> seconds(n);
   CNumVector<double> manifold(n);
   for (std::size_t i = 0; i < n; ++i) {
-    seconds[i] = spec.secondsPerPoint * double(i + 1);
+    seconds[i] = plan.secondsPerPoint * double(i + 1);
     const double sample = targets[i] * po;
     manifold[i] =
-        spec.transpiration ? ManifoldPressureFor(sample, *spec.transpiration, tana, tamb) : sample;
+        plan.transpiration ? ManifoldPressureFor(sample, *plan.transpiration, tana, tamb) : sample;
   }
   // Once the reduction switches the correction off (at the first point whose ratio reaches
   // the limit) it takes later manifold pressures as they are: dose those to the target.
-  if (spec.transpiration) {
+  if (plan.transpiration) {
     for (std::size_t i = 0; i < n; ++i) {
       double ratio = 1.0;
-      CGasCalculation::ThermalTranspirationPressure(manifold[i], spec.transpiration->gasFactor,
-                                                    spec.transpiration->tubeInsideDiameterCm, tana,
+      CGasCalculation::ThermalTranspirationPressure(manifold[i], plan.transpiration->gasFactor,
+                                                    plan.transpiration->tubeInsideDiameterCm, tana,
                                                     tamb, &ratio);
-      if (ratio >= spec.transpiration->ratioLimit) {
+      if (ratio >= plan.transpiration->ratioLimit) {
         for (std::size_t j = i + 1; j < n; ++j) manifold[j] = targets[j] * po;
         break;
       }
@@ -300,26 +300,26 @@ Measurement SimulateMeasurement(const SimulationSpec& spec, const CGasCompressib
   }
   // The sample pressures the reduction will find, switch-off included.
   CNumVector<double> pressure;
-  if (spec.transpiration)
-    NIsotherm::MeasuredToAbsolutePressure(pressure, manifold, spec.transpiration->gasFactor,
-                                          spec.transpiration->tubeInsideDiameterCm, conditions,
-                                          spec.transpiration->ratioLimit);
+  if (plan.transpiration)
+    NIsotherm::MeasuredToAbsolutePressure(pressure, manifold, plan.transpiration->gasFactor,
+                                          plan.transpiration->tubeInsideDiameterCm, conditions,
+                                          plan.transpiration->ratioLimit);
   else
     pressure = manifold;
   const std::vector<CTimeInterval> times = Stamps(seconds);
   CNumVector<double> relative;
   NIsotherm::AbsoluteToRelativePressure(relative, pressure, times, conditions);
 
-  const double vamb = spec.freeSpaceAmbientCm3Stp, vana = spec.freeSpaceAnalysisCm3Stp;
-  const double vm = spec.gasLaw.adsorbedMolarVolumeCm3PerMol;
+  const double vamb = plan.freeSpaceAmbientCm3Stp, vana = plan.freeSpaceAnalysisCm3Stp;
+  const double vm = plan.gasLaw.adsorbedMolarVolumeCm3PerMol;
   double ambient = tamb;  // mirrors the reduction's sticky ambient substitution
   for (std::size_t i = 0; i < n; ++i) {
     const double p = pressure[i];
-    const double adsorbedCm3 = spec.sampleMassG * spec.model.Evaluate(relative[i]);
+    const double adsorbedCm3 = plan.sampleMassG * plan.model.Evaluate(relative[i]);
     double dosed = 0.0;
-    if (spec.gasLaw.form == GasLawForm::kFactor) {
+    if (plan.gasLaw.form == GasLawForm::kFactor) {
       dosed = CGasCalculation::QuantityDosed(adsorbedCm3, vamb, vana, p, tana,
-                                             spec.gasLaw.nonIdealityPerMmHg, spec.gasLaw.f1, 0.0);
+                                             plan.gasLaw.nonIdealityPerMmHg, plan.gasLaw.f1, 0.0);
     } else {
       if (gas(p, ambient, nullptr) <= 0.0) ambient = tana;
       const double z = gas(p, tana, nullptr);
@@ -333,7 +333,7 @@ Measurement SimulateMeasurement(const SimulationSpec& spec, const CGasCompressib
     point.timeS = seconds[i];
     point.manifoldPressureMmHg = manifold[i];
     point.quantityDosedCm3Stp = dosed;
-    point.branch = i < spec.adsorptionTargets.size() ? Branch::kAdsorption : Branch::kDesorption;
+    point.branch = i < plan.adsorptionTargets.size() ? Branch::kAdsorption : Branch::kDesorption;
     m.points.push_back(point);
   }
   return m;

@@ -12,7 +12,7 @@ namespace {
 using fiofla::InputError;
 using fiofla::Measurement;
 using fiofla::ReducedIsotherm;
-using fiofla::SimulationSpec;
+using fiofla::SimulationPlan;
 
 const CGasCompressibilityTable& Nitrogen() {
   CGasCompressibilityCache::ms_cCache.SetDirectory(CStr(fiofla::test::ShippedData("gases")));
@@ -22,76 +22,76 @@ const CGasCompressibilityTable& Nitrogen() {
   return *gas;
 }
 
-SimulationSpec Spec() {
-  SimulationSpec spec;
-  spec.sampleMassG = 0.1532;
-  spec.freeSpaceAmbientCm3Stp = 21.3;
-  spec.freeSpaceAnalysisCm3Stp = 64.8;
-  for (int i = 1; i <= 20; ++i) spec.adsorptionTargets.push_back(0.0475 * i);
-  for (int i = 1; i <= 8; ++i) spec.desorptionTargets.push_back(0.95 - 0.1 * i);
-  return spec;
+SimulationPlan Plan() {
+  SimulationPlan plan;
+  plan.sampleMassG = 0.1532;
+  plan.freeSpaceAmbientCm3Stp = 21.3;
+  plan.freeSpaceAnalysisCm3Stp = 64.8;
+  for (int i = 1; i <= 20; ++i) plan.adsorptionTargets.push_back(0.0475 * i);
+  for (int i = 1; i <= 8; ++i) plan.desorptionTargets.push_back(0.95 - 0.1 * i);
+  return plan;
 }
 
 // Reduces a simulated run and checks every point against the model, to round-off.
-void ExpectModelRecovered(const SimulationSpec& spec, double tolerance = 1e-11) {
-  const Measurement run = SimulateMeasurement(spec, Nitrogen());
+void ExpectModelRecovered(const SimulationPlan& plan, double tolerance = 1e-11) {
+  const Measurement run = SimulateMeasurement(plan, Nitrogen());
   // Through the file format too: what is written is what is reduced.
   const Measurement read = fiofla::ParseMeasurement(fiofla::FormatMeasurement(run), "run.json");
   const ReducedIsotherm r = fiofla::ReduceMeasurement(read);
-  ASSERT_EQ(r.convertedPoints, spec.adsorptionTargets.size() + spec.desorptionTargets.size());
+  ASSERT_EQ(r.convertedPoints, plan.adsorptionTargets.size() + plan.desorptionTargets.size());
   EXPECT_FALSE(r.poStoppedAt.has_value());
   std::size_t offSchedule = 0;
   for (std::size_t i = 0; i < r.convertedPoints; ++i) {
-    EXPECT_REL_CLOSE(r.quantityAdsorbedCm3PerGStp[i], spec.model.Evaluate(r.relativePressure[i]),
+    EXPECT_REL_CLOSE(r.quantityAdsorbedCm3PerGStp[i], plan.model.Evaluate(r.relativePressure[i]),
                      tolerance)
         << "point " << i;
     // Only the point where transpiration is switched off may leave its schedule.
-    const double target = i < spec.adsorptionTargets.size()
-                              ? spec.adsorptionTargets[i]
-                              : spec.desorptionTargets[i - spec.adsorptionTargets.size()];
+    const double target = i < plan.adsorptionTargets.size()
+                              ? plan.adsorptionTargets[i]
+                              : plan.desorptionTargets[i - plan.adsorptionTargets.size()];
     EXPECT_NEAR(r.relativePressure[i], target, 1e-3) << i;
     if (std::fabs(r.relativePressure[i] - target) > 1e-12) ++offSchedule;
   }
-  EXPECT_LE(offSchedule, spec.transpiration ? 1u : 0u);
+  EXPECT_LE(offSchedule, plan.transpiration ? 1u : 0u);
   EXPECT_EQ(r.branch.back(), fiofla::Branch::kDesorption);
 }
 
 }  // namespace
 
 TEST(VirtualAnalyser, ReductionReturnsTheModelInEveryGasLawForm) {
-  SimulationSpec spec = Spec();
-  ExpectModelRecovered(spec);  // gas table, no transpiration
-  spec.gasLaw.adsorbedMolarVolumeCm3PerMol = 34.7;
-  ExpectModelRecovered(spec);  // with the displaced-gas correction
-  spec.gasLaw.form = fiofla::GasLawForm::kFactor;
-  spec.gasLaw.nonIdealityPerMmHg = 6.6e-5;
-  ExpectModelRecovered(spec);  // factor form
-  spec.model.kind = fiofla::IsothermModel::Kind::kLangmuir;
-  ExpectModelRecovered(spec);
+  SimulationPlan plan = Plan();
+  ExpectModelRecovered(plan);  // gas table, no transpiration
+  plan.gasLaw.adsorbedMolarVolumeCm3PerMol = 34.7;
+  ExpectModelRecovered(plan);  // with the displaced-gas correction
+  plan.gasLaw.form = fiofla::GasLawForm::kFactor;
+  plan.gasLaw.nonIdealityPerMmHg = 6.6e-5;
+  ExpectModelRecovered(plan);  // factor form
+  plan.model.kind = fiofla::IsothermModel::Kind::kLangmuir;
+  ExpectModelRecovered(plan);
 }
 
 TEST(VirtualAnalyser, ReductionReturnsTheModelWithThermalTranspiration) {
-  SimulationSpec spec = Spec();
-  spec.transpiration = Measurement::Transpiration{1.0, 0.3, 1.0};  // never switched off
-  ExpectModelRecovered(spec, 1e-10);
+  SimulationPlan plan = Plan();
+  plan.transpiration = Measurement::Transpiration{1.0, 0.3, 1.0};  // never switched off
+  ExpectModelRecovered(plan, 1e-10);
   // Switched off part-way: the realised pressures jump, the quantities stay exact.
-  spec.transpiration->ratioLimit = 0.999;
-  ExpectModelRecovered(spec, 1e-10);
-  const Measurement run = SimulateMeasurement(spec, Nitrogen());
+  plan.transpiration->ratioLimit = 0.999;
+  ExpectModelRecovered(plan, 1e-10);
+  const Measurement run = SimulateMeasurement(plan, Nitrogen());
   const ReducedIsotherm reduced = fiofla::ReduceMeasurement(run);
   EXPECT_NE(reduced.pressureMmHg.front(), reduced.manifoldPressureMmHg.front());
   EXPECT_EQ(reduced.pressureMmHg.back(), reduced.manifoldPressureMmHg.back());  // switched off
   // At low pressure the manifold reads more than the cold sample sees.
   EXPECT_GT(run.points[0].manifoldPressureMmHg,
-            spec.adsorptionTargets[0] * Nitrogen()(0, 0, nullptr));
-  spec.gasLaw.form = fiofla::GasLawForm::kFactor;
-  spec.gasLaw.nonIdealityPerMmHg = 6.6e-5;
-  ExpectModelRecovered(spec, 1e-10);
+            plan.adsorptionTargets[0] * Nitrogen()(0, 0, nullptr));
+  plan.gasLaw.form = fiofla::GasLawForm::kFactor;
+  plan.gasLaw.nonIdealityPerMmHg = 6.6e-5;
+  ExpectModelRecovered(plan, 1e-10);
 }
 
 TEST(VirtualAnalyser, PoSourcesAndFreeSpaceKindsAgree) {
-  const SimulationSpec spec = Spec();
-  const Measurement run = SimulateMeasurement(spec, Nitrogen());
+  const SimulationPlan plan = Plan();
+  const Measurement run = SimulateMeasurement(plan, Nitrogen());
   const ReducedIsotherm entered = fiofla::ReduceMeasurement(run);
 
   // Po measured as a constant series, and adjusted onto the same value, give the same.
@@ -130,7 +130,7 @@ TEST(VirtualAnalyser, PoSourcesAndFreeSpaceKindsAgree) {
 }
 
 TEST(VirtualAnalyser, PoDroppingToZeroStopsConversionThere) {
-  Measurement run = SimulateMeasurement(Spec(), Nitrogen());
+  Measurement run = SimulateMeasurement(Plan(), Nitrogen());
   // Oxygen readings give the bath temperature; from the fifth point on they lie beyond the
   // critical pressure, where no temperature and hence no Po can be had.
   run.po.source = fiofla::PoSourceKind::kReferenceGas;
@@ -146,9 +146,9 @@ TEST(VirtualAnalyser, PoDroppingToZeroStopsConversionThere) {
 }
 
 TEST(MeasurementFile, RoundTripsAndNamesTheFieldOfEveryDefect) {
-  SimulationSpec spec = Spec();
-  spec.transpiration = Measurement::Transpiration{1.2, 0.25, 0.999};
-  const Measurement run = SimulateMeasurement(spec, Nitrogen());
+  SimulationPlan plan = Plan();
+  plan.transpiration = Measurement::Transpiration{1.2, 0.25, 0.999};
+  const Measurement run = SimulateMeasurement(plan, Nitrogen());
   const std::string text = fiofla::FormatMeasurement(run);
   const Measurement back = fiofla::ParseMeasurement(text, "run.json");
   EXPECT_EQ(back.points.size(), run.points.size());

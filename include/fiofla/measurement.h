@@ -92,7 +92,7 @@ struct IsothermModel {
 };
 
 /// What to simulate.
-struct SimulationSpec {
+struct SimulationPlan {
   /// Gas table name of the adsorptive.
   std::string adsorptive = "nitrogen";
   /// Sample name written into the run.
@@ -118,8 +118,8 @@ struct SimulationSpec {
 };
 
 /// Plays the model back through an ideal analyser with the gas table `gas`; throws
-/// InputError when the specification cannot be measured (non-positive mass or free
+/// InputError when the plan cannot be measured (non-positive mass or free
 /// space, no Po at the bath temperature, targets outside (0, 1)).
-Measurement SimulateMeasurement(const SimulationSpec& spec, const CGasCompressibilityBase& gas);
+Measurement SimulateMeasurement(const SimulationPlan& plan, const CGasCompressibilityBase& gas);
 
 }  // namespace fiofla

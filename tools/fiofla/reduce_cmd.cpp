@@ -200,7 +200,7 @@ int RunReduce(const std::vector<std::string>& args, std::ostream& out, std::ostr
 }
 
 int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-  SimulationSpec spec;
+  SimulationPlan plan;
   std::string output, gasDir;
   double lo = 0.01, hi = 0.95;
   std::size_t count = 30, desorption = 0;
@@ -216,9 +216,9 @@ int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::os
       } else if (arg == "--gas-dir") {
         gasDir = reader.Value();
       } else if (arg == "--gas") {
-        spec.adsorptive = reader.Value();
+        plan.adsorptive = reader.Value();
       } else if (arg == "--model") {
-        spec.model = ParseModel(reader.Value());
+        plan.model = ParseModel(reader.Value());
       } else if (arg == "--points") {
         const std::string v = reader.Value();
         const auto a = v.find(':'), b = v.find(':', a == std::string::npos ? a : a + 1);
@@ -240,28 +240,28 @@ int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::os
           throw UsageError{"--desorption '" + v + "' must be a whole number of points"};
         desorption = std::size_t(*n);
       } else if (arg == "--mass") {
-        spec.sampleMassG = Positive(arg, reader.Value());
+        plan.sampleMassG = Positive(arg, reader.Value());
       } else if (arg == "--free-space") {
         const auto v = Numbers(arg, reader.Value(), 2, 2);
-        spec.freeSpaceAmbientCm3Stp = v[0];
-        spec.freeSpaceAnalysisCm3Stp = v[1];
+        plan.freeSpaceAmbientCm3Stp = v[0];
+        plan.freeSpaceAnalysisCm3Stp = v[1];
       } else if (arg == "--temperature") {
-        spec.analysisTemperatureK = Positive(arg, reader.Value());
+        plan.analysisTemperatureK = Positive(arg, reader.Value());
       } else if (arg == "--ambient") {
-        spec.ambientTemperatureK = Positive(arg, reader.Value());
+        plan.ambientTemperatureK = Positive(arg, reader.Value());
       } else if (arg == "--po") {
-        spec.poMmHg = Positive(arg, reader.Value());
+        plan.poMmHg = Positive(arg, reader.Value());
       } else if (arg == "--interval") {
-        spec.secondsPerPoint = Positive(arg, reader.Value());
+        plan.secondsPerPoint = Positive(arg, reader.Value());
       } else if (arg == "--factor") {
         const std::string v = reader.Value();
         const auto alpha = ToDouble(v);
         if (!alpha || *alpha < 0.0) throw UsageError{"--factor '" + v + "' must be >= 0"};
-        spec.gasLaw.form = GasLawForm::kFactor;
-        spec.gasLaw.nonIdealityPerMmHg = *alpha;
+        plan.gasLaw.form = GasLawForm::kFactor;
+        plan.gasLaw.nonIdealityPerMmHg = *alpha;
       } else if (arg == "--transpiration") {
         const auto v = Numbers(arg, reader.Value(), 2, 3);
-        spec.transpiration = Measurement::Transpiration{v[0], v[1], v.size() > 2 ? v[2] : 1.0};
+        plan.transpiration = Measurement::Transpiration{v[0], v[1], v.size() > 2 ? v[2] : 1.0};
       } else {
         throw UsageError{"unknown option or argument '" + arg + "'"};
       }
@@ -272,22 +272,22 @@ int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::os
     return kExitUsageError;
   }
   for (std::size_t i = 0; i < count; ++i)
-    spec.adsorptionTargets.push_back(lo + (hi - lo) * double(i) / double(count - 1));
+    plan.adsorptionTargets.push_back(lo + (hi - lo) * double(i) / double(count - 1));
   for (std::size_t i = 1; i <= desorption; ++i)
-    spec.desorptionTargets.push_back(hi - (hi - lo) * double(i) / double(desorption));
-  spec.sampleName = "simulated: " + spec.model.Describe();
+    plan.desorptionTargets.push_back(hi - (hi - lo) * double(i) / double(desorption));
+  plan.sampleName = "simulated: " + plan.model.Describe();
 
   CGasCompressibilityCache& cache = CGasCompressibilityCache::ms_cCache;
   cache.SetDirectory(CStr(gasDir));
-  const CGasCompressibilityTable* gas = cache.GetGas(CStr(spec.adsorptive));
+  const CGasCompressibilityTable* gas = cache.GetGas(CStr(plan.adsorptive));
   if (gas == nullptr || !gas->GetReadError().empty()) {
-    err << "fiofla simulate: no usable gas table '" << spec.adsorptive << "' in "
+    err << "fiofla simulate: no usable gas table '" << plan.adsorptive << "' in "
         << cache.GetEffectiveDirectory().c_str() << "\n";
     return kExitInputError;
   }
   std::string text;
   try {
-    text = FormatMeasurement(SimulateMeasurement(spec, *gas));
+    text = FormatMeasurement(SimulateMeasurement(plan, *gas));
   } catch (const InputError& e) {
     err << "fiofla simulate: " << e.what() << "\n";
     return kExitUsageError;
@@ -297,9 +297,9 @@ int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::os
     err << "fiofla simulate: " << error << "\n";
     return kExitInputError;
   }
-  out << "fiofla simulate: wrote " << spec.adsorptionTargets.size() + spec.desorptionTargets.size()
-      << " points of " << spec.adsorptive << " at " << Format(spec.analysisTemperatureK) << " K ("
-      << spec.model.Describe() << ") to " << output << "\n";
+  out << "fiofla simulate: wrote " << plan.adsorptionTargets.size() + plan.desorptionTargets.size()
+      << " points of " << plan.adsorptive << " at " << Format(plan.analysisTemperatureK) << " K ("
+      << plan.model.Describe() << ") to " << output << "\n";
   return kExitOk;
 }
 
