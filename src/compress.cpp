@@ -656,13 +656,6 @@ std::string FormatGasJson(rapidjson::Document const& doc) {
   return out;
 }
 
-// Line (1-based) of a byte offset in text.
-std::size_t LineOf(std::string const& text, std::size_t offset) {
-  offset = std::min(offset, text.size());
-  return 1 + static_cast<std::size_t>(
-                 std::count(text.begin(), text.begin() + std::ptrdiff_t(offset), '\n'));
-}
-
 }  // namespace
 
 bool CGasCompressibilityTable::WriteToFile(CStr const& path) const {
@@ -697,8 +690,9 @@ bool CGasCompressibilityTable::ReadFromFile(CStr const& path) {
   doc.Parse(text.c_str(), text.size());
   if (doc.HasParseError()) {
     ResetTable(*this);
-    m_sReadError = CStr(where + ":" + std::to_string(LineOf(text, doc.GetErrorOffset())) + ": " +
-                        rapidjson::GetParseError_En(doc.GetParseError()));
+    m_sReadError =
+        CStr(where + ":" + std::to_string(fiofla::LineOfOffset(text, doc.GetErrorOffset())) + ": " +
+             rapidjson::GetParseError_En(doc.GetParseError()));
     return false;
   }
   if (!ReadJson(doc)) {

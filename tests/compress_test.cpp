@@ -15,26 +15,15 @@
 #include <string>
 #include <vector>
 
+#include "gas_table_util.h"
 #include "test_util.h"
 
 namespace {
 
+using fiofla::test::MakeTable;
+using fiofla::test::Matrix;
+
 using Table = CGasCompressibilityTable;
-
-CNumMatrix<double> Matrix(std::vector<std::vector<double>> const& rows) {
-  CNumMatrix<double> m(rows.size(), rows.empty() ? 0 : rows[0].size());
-  for (std::size_t i = 0; i < rows.size(); ++i)
-    for (std::size_t j = 0; j < rows[i].size(); ++j) m(i, j) = rows[i][j];
-  return m;
-}
-
-Table MakeTable(CNumVector<double> p, CNumVector<double> t,
-                std::vector<std::vector<double>> const& z) {
-  Table table;
-  table.Set(p, t, Matrix(z));
-  table.InitializeRows();
-  return table;
-}
 
 // Saturation curve obeying ln p = ln p95 + b (1/95 - 1/T) exactly: Tsat(2000) = 95 K.
 double ClausiusPressure(double t) {

@@ -6,23 +6,15 @@
 #include <vector>
 
 #include "fiofla/free_space.h"
+#include "gas_table_util.h"
 #include "test_util.h"
 
 namespace {
 
+using fiofla::test::MakeTable;
+
 using Calc = CGasCalculation;
 using fiofla::kStandardTemperature;
-
-CGasCompressibilityTable MakeTable(CNumVector<double> p, CNumVector<double> t,
-                                   std::vector<std::vector<double>> const& z) {
-  CNumMatrix<double> m(z.size(), z[0].size());
-  for (std::size_t i = 0; i < z.size(); ++i)
-    for (std::size_t j = 0; j < z[i].size(); ++j) m(i, j) = z[i][j];
-  CGasCompressibilityTable table;
-  table.Set(p, t, m);
-  table.InitializeRows();
-  return table;
-}
 
 // Z departs from 1 with pressure, more so when cold.
 CGasCompressibilityTable const& Real() {

@@ -6,22 +6,15 @@
 #include <limits>
 #include <vector>
 
+#include "gas_table_util.h"
 #include "test_util.h"
 
 namespace {
 
+using fiofla::test::MakeTable;
+
 using Series = CNumVector<double>;
 using Calc = CGasCalculation;
-
-CGasCompressibilityTable MakeTable(Series p, Series t, std::vector<std::vector<double>> const& z) {
-  CNumMatrix<double> m(z.size(), z[0].size());
-  for (std::size_t i = 0; i < z.size(); ++i)
-    for (std::size_t j = 0; j < z[i].size(); ++j) m(i, j) = z[i][j];
-  CGasCompressibilityTable table;
-  table.Set(p, t, m);
-  table.InitializeRows();
-  return table;
-}
 
 std::vector<CTimeInterval> Minutes(int n) {
   std::vector<CTimeInterval> times;

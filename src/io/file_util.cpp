@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 
@@ -24,6 +25,11 @@ bool WriteFileAtomically(const std::string& path, std::string_view text, std::st
   }
   if (std::rename(temp.c_str(), path.c_str()) != 0) return fail("cannot replace '" + path + "'");
   return true;
+}
+
+std::size_t LineOfOffset(std::string_view text, std::size_t offset) {
+  offset = std::min(offset, text.size());
+  return 1 + static_cast<std::size_t>(std::count(text.begin(), text.begin() + offset, '\n'));
 }
 
 FileReadStatus ReadFileLimited(const std::string& path, std::size_t maxBytes, std::string* text) {

@@ -233,12 +233,6 @@ void ReadPoints(const Reader& root, Measurement& m) {
   }
 }
 
-// Line (1-based) of a byte offset, for parse errors.
-std::size_t LineOf(const std::string& text, std::size_t offset) {
-  offset = std::min(offset, text.size());
-  return 1 + std::size_t(std::count(text.begin(), text.begin() + std::ptrdiff_t(offset), '\n'));
-}
-
 }  // namespace
 
 Measurement ParseMeasurement(const std::string& text, const std::string& name) {
@@ -247,7 +241,7 @@ Measurement ParseMeasurement(const std::string& text, const std::string& name) {
   // simulation would not return its model exactly.
   doc.Parse<rapidjson::kParseFullPrecisionFlag>(text.c_str(), text.size());
   if (doc.HasParseError())
-    throw InputError(name + ":" + std::to_string(LineOf(text, doc.GetErrorOffset())) +
+    throw InputError(name + ":" + std::to_string(fiofla::LineOfOffset(text, doc.GetErrorOffset())) +
                      ": not valid JSON: " + rapidjson::GetParseError_En(doc.GetParseError()));
   if (!doc.IsObject()) throw InputError(name + ": a measurement file holds one JSON object");
   const Reader root(doc, "", name);

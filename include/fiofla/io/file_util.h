@@ -24,6 +24,9 @@ enum class FileReadStatus {
   kTooLarge,   ///< It is larger than the limit; nothing was read.
 };
 
+/// Line (1-based) that byte `offset` of `text` lies on, for messages about parse errors.
+std::size_t LineOfOffset(std::string_view text, std::size_t offset);
+
 /// Reads the whole file at path when it holds at most maxBytes bytes.
 FileReadStatus ReadFileLimited(const std::string& path, std::size_t maxBytes, std::string* text);
 
