@@ -167,6 +167,9 @@ const char* BETStatusText(std::int16_t status) {
   }
 }
 
+// Relative slack of the range bounds (see the header).
+constexpr double kBoundSlack = 1e-12;
+
 CCalcBET::SInput MakeBETInput(const std::vector<double>& relativePressure,
                               const std::vector<double>& quantityCm3PerGStp,
                               const std::vector<Branch>& branch, double rangeLow, double rangeHigh,
@@ -186,7 +189,9 @@ CCalcBET::SInput MakeBETInput(const std::vector<double>& relativePressure,
     short flags = 0;
     if (branch[i] == Branch::kAdsorption) {
       flags = CCalcBET::POINT_INCLUDED;
-      if (x >= rangeLow && x <= rangeHigh) flags |= CCalcBET::POINT_IN_RANGE;
+      if (x >= rangeLow - kBoundSlack * std::fabs(rangeLow) &&
+          x <= rangeHigh + kBoundSlack * std::fabs(rangeHigh))
+        flags |= CCalcBET::POINT_IN_RANGE;
     }
     input.pointFlags[i] = flags;
   }

@@ -687,7 +687,8 @@ bool CGasCompressibilityTable::ReadFromFile(CStr const& path) {
       break;
   }
   rapidjson::Document doc;
-  doc.Parse(text.c_str(), text.size());
+  // Iterative: a file of a million "[" must not recurse the stack away.
+  doc.Parse<rapidjson::kParseIterativeFlag>(text.c_str(), text.size());
   if (doc.HasParseError()) {
     ResetTable(*this);
     m_sReadError =

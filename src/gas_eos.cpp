@@ -281,7 +281,7 @@ std::optional<HelmholtzEos> HelmholtzEos::Load(const std::string& path, std::str
   in.seekg(0, std::ios::beg);
   const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   rapidjson::Document doc;
-  doc.Parse(text.c_str(), text.size());
+  doc.Parse<rapidjson::kParseIterativeFlag>(text.c_str(), text.size());
   if (doc.HasParseError()) {
     r.Fail("JSON", std::string(rapidjson::GetParseError_En(doc.GetParseError())) + " at offset " +
                        std::to_string(doc.GetErrorOffset()));

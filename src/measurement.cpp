@@ -129,8 +129,15 @@ IsothermData ReducedIsotherm::ToIsothermData() const {
     iso.relativePressure.push_back(relativePressure[i]);
     iso.quantityAdsorbedCm3PerGStp.push_back(quantityAdsorbedCm3PerGStp[i]);
     iso.branch.push_back(branch[i]);
-    iso.sourceLine.push_back(i + 1);
+    // A run's points have no lines of their own; PointName numbers them instead.
+    iso.sourceLine.push_back(0);
+    iso.pressureMmHg.push_back(pressureMmHg[i]);
+    iso.poMmHg.push_back(poMmHg[i]);
   }
+  iso.info.adsorptive = adsorptive;
+  iso.info.temperatureK = analysisTemperatureK;
+  iso.info.sampleMassG = sampleMassG;
+  iso.info.pressureUnit = "mmHg";
   return iso;
 }
 

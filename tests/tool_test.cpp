@@ -88,7 +88,7 @@ TEST(ToolBet, BadArgumentsAndFilesGiveOneLineErrors) {
       {{"bet", "/no/such.csv"}, fiofla::cli::kExitInputError, "/no/such.csv: cannot open"},
       {{"bet", fiofla::test::TestData("bad/non_numeric.csv")},
        fiofla::cli::kExitInputError,
-       "non_numeric.csv:5: quantity adsorbed '1O.5' is not a number"},
+       "non_numeric.csv:5: quantity_adsorbed '1O.5' is not a number"},
   };
   for (const auto& c : cases) {
     const auto r = RunTool(c.args);
@@ -374,6 +374,100 @@ TEST(ToolPores, TPlotAndBjhReportTheLibraryResults) {
   EXPECT_NE(report.out.find("BJH dV/dlog(D) Pore Volume"), std::string::npos);
   EXPECT_NE(report.out.find("BJH Pore Intervals"), std::string::npos);
   std::filesystem::remove_all(dir);
+}
+
+}  // namespace
+
+namespace {
+
+double JsonArea(const ToolRun& run) {
+  rapidjson::Document doc;
+  doc.Parse(run.out.c_str());
+  EXPECT_FALSE(doc.HasParseError()) << run.out;
+  return doc.HasParseError() ? 0.0 : doc["surface_area_m2_per_g"].GetDouble();
+}
+
+TEST(ToolFiles, EveryFormatGivesTheSameAreaAndConvertWritesThemBack) {
+  const std::string aif = fiofla::test::ShippedData("examples/n2_77k_silica.aif");
+  const std::string isodb = fiofla::test::ShippedData("examples/n2_77k_silica_isodb.json");
+  const double area = JsonArea(RunTool({"bet", kExample, "--json"}));
+  EXPECT_REL_CLOSE(JsonArea(RunTool({"bet", aif, "--json"})), area, 1e-9);
+  EXPECT_REL_CLOSE(JsonArea(RunTool({"bet", isodb, "--json", "--p0", "1.01325bar"})), area, 1e-9);
+
+  // Without Po the gas table supplies it, and says so.
+  const auto table = RunTool({"bet", isodb});
+  EXPECT_EQ(table.code, 0) << table.err;
+  EXPECT_NE(table.err.find("saturation pressure of nitrogen at 77.35 K"), std::string::npos);
+
+  // convert: AIF to CSV in other units, then to AIF again; the area stays.
+  const std::string csv = TempPath("converted.csv");
+  const std::string back = TempPath("converted.aif");
+  EXPECT_EQ(
+      RunTool({"convert", aif, "-o", csv, "--pressure-unit", "torr", "--loading-unit", "mg/g"})
+          .code,
+      0);
+  EXPECT_EQ(RunTool({"convert", csv, "-o", back}).code, 0);
+  EXPECT_NE(ReadFile(back).find("_units_loading     mg/g"), std::string::npos) << ReadFile(back);
+  EXPECT_REL_CLOSE(JsonArea(RunTool({"bet", back, "--json"})), area, 1e-9);
+  // An extension that says nothing, with --format.
+  const std::string odd = TempPath("aif-as.txt");
+  std::filesystem::copy_file(back, odd, std::filesystem::copy_options::overwrite_existing);
+  EXPECT_EQ(RunTool({"bet", odd}).code, fiofla::cli::kExitInputError);
+  EXPECT_REL_CLOSE(JsonArea(RunTool({"bet", odd, "--format", "aif", "--json"})), area, 1e-9);
+  const auto printed = RunTool({"convert", isodb, "--to", "aif", "--p0", "760 mmHg"});
+  EXPECT_EQ(printed.code, 0) << printed.err;
+  EXPECT_EQ(printed.out.find("# adsorbent"), std::string::npos);
+  EXPECT_NE(printed.out.find("_units_pressure    bar"), std::string::npos) << printed.out;
+  for (const auto& f : {csv, back, odd}) std::remove(f.c_str());
+}
+
+TEST(ToolFiles, BadOptionsAndUnwritableOutputs) {
+  const std::string aif = fiofla::test::ShippedData("examples/n2_77k_silica.aif");
+  const struct {
+    std::vector<std::string> args;
+    const char* message;
+  } cases[] = {
+      {{"bet", aif, "--format", "xlsx"}, "--format 'xlsx' is not one of"},
+      {{"bet", aif, "--p0", "101.3"}, "has no unit"},
+      {{"tplot", aif, "--p0", "-1kPa"}, "is not a positive pressure"},
+      {{"bjh", aif, "--p0", "1 furlong"}, "unknown pressure unit 'furlong'"},
+      {{"convert", aif, "--loading-unit", "g/g"}, "is not a loading unit"},
+      {{"convert", aif, "--to", "isodb"}, "is not csv or aif"},
+  };
+  for (const auto& c : cases) {
+    const auto run = RunTool(c.args);
+    EXPECT_EQ(run.code, fiofla::cli::kExitUsageError) << c.args[0];
+    EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
+  }
+  const auto unwritable = RunTool({"convert", aif, "-o", "/no/such/dir/x.aif"});
+  EXPECT_EQ(unwritable.code, fiofla::cli::kExitInputError);
+  EXPECT_FALSE(std::filesystem::exists("/no/such/dir/x.aif"));
+  // A loading unit the adsorptive cannot take is refused before anything is written.
+  const std::string xenon = TempPath("xenon.csv");
+  std::ofstream(xenon) << "# adsorptive: Xe\nrelative_pressure,loading [mmol/g]\n0.1,1\n";
+  const std::string out = TempPath("xenon.aif");
+  const auto mass =
+      RunTool({"convert", xenon, "-o", out, "--loading-unit", "mg/g", "--p0", "1atm"});
+  EXPECT_EQ(mass.code, fiofla::cli::kExitInputError);
+  EXPECT_NE(mass.err.find("no gas table for 'Xe'"), std::string::npos) << mass.err;
+  EXPECT_FALSE(std::filesystem::exists(out));
+  std::remove(xenon.c_str());
+}
+
+TEST(ToolFiles, BetListsThePointsItCannotUse) {
+  const std::string file = TempPath("edges.csv");
+  std::ofstream(file)
+      << "relative_pressure,loading\n0,1\n0.05,80\n0.1,90\n0.2,100\n0.3,110\n1.02,400\n";
+  const auto text = RunTool({"bet", file});
+  EXPECT_NE(text.out.find("line 2: P/Po 0, relative pressure <= 0"), std::string::npos) << text.out;
+  EXPECT_NE(text.out.find("line 7: P/Po 1.02, relative pressure >= 1"), std::string::npos);
+  rapidjson::Document doc;
+  doc.Parse(RunTool({"bet", file, "--json"}).out.c_str());
+  ASSERT_FALSE(doc.HasParseError());
+  ASSERT_EQ(doc["points_dropped"].Size(), 2u);
+  EXPECT_STREQ(doc["points_dropped"][0]["reason"].GetString(), "relative pressure <= 0");
+  EXPECT_EQ(doc["points_dropped"][1]["line"].GetInt(), 7);
+  std::remove(file.c_str());
 }
 
 }  // namespace

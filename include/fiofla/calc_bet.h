@@ -126,8 +126,10 @@ const char* BETStatusText(std::int16_t status);
 
 /// Builds the input of a BET calculation from an isotherm: the adsorption-branch points
 /// are flagged included, those with rangeLow <= P/Po <= rangeHigh also in range; the
-/// desorption points keep no flag. The three vectors should have the same length; only as many points
-/// as the shortest holds are taken.
+/// desorption points keep no flag. The three vectors should have the same length; only as many
+/// points as the shortest holds are taken. The bounds hold to 1e-12 relative: a point written as
+/// P/Po 0.05 and recomputed from a pressure and Po in another unit lands an ulp or two away,
+/// and must not leave the range for it.
 CCalcBET::SInput MakeBETInput(const std::vector<double>& relativePressure,
                               const std::vector<double>& quantityCm3PerGStp,
                               const std::vector<Branch>& branch, double rangeLow, double rangeHigh,

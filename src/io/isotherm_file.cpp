@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include "isotherm_internal.h"
 
 namespace fiofla {
 namespace {
@@ -80,19 +83,119 @@ bool IsOneOf(const std::string& name, std::initializer_list<const char*> names) 
   return std::any_of(names.begin(), names.end(), [&](const char* n) { return name == n; });
 }
 
-bool IsQuantityUnit(const std::string& unit) {
-  std::string u = Lower(unit);
-  u.erase(std::remove(u.begin(), u.end(), ' '), u.end());
-  return u.empty() || IsOneOf(u, {"cm3/gstp", "cm^3/gstp", "cm\xc2\xb3/gstp", "cc/g", "cc/gstp",
-                                  "ml/gstp", "cm3/g", "cm\xc2\xb3/g"});
-}
-
 [[noreturn]] void Fail(const std::string& name, std::size_t line, const std::string& what) {
   std::ostringstream msg;
   msg << name;
   if (line > 0) msg << ":" << line;
   msg << ": " << what;
   throw InputError(msg.str());
+}
+
+enum class Role { kNone, kRelative, kPressure, kPo, kLoading, kBranch };
+
+Role RoleOf(const std::string& name) {
+  if (IsOneOf(name, {"relative_pressure", "relative pressure", "p/p0", "p/po", "p_rel", "prel"}))
+    return Role::kRelative;
+  if (IsOneOf(name, {"pressure", "absolute_pressure", "absolute pressure", "p"}))
+    return Role::kPressure;
+  if (IsOneOf(name, {"p0", "po", "saturation_pressure", "saturation pressure"})) return Role::kPo;
+  if (IsOneOf(name, {"loading", "quantity_adsorbed", "quantity adsorbed", "quantity", "amount",
+                     "amount_adsorbed", "amount adsorbed", "volume_adsorbed", "uptake"}))
+    return Role::kLoading;
+  if (name == "branch") return Role::kBranch;
+  return Role::kNone;
+}
+
+const char* RoleName(Role role) {
+  switch (role) {
+    case Role::kRelative:
+      return "relative-pressure";
+    case Role::kPressure:
+      return "pressure";
+    case Role::kPo:
+      return "Po";
+    case Role::kLoading:
+      return "loading";
+    case Role::kBranch:
+      return "branch";
+    case Role::kNone:
+      break;
+  }
+  return "other";
+}
+
+// "77.35 K" -> 77.35 and "K"; a bare number leaves the unit empty.
+bool SplitValueUnit(const std::string& text, double* value, std::string* unit) {
+  const std::string t = Trim(text);
+  std::size_t cut = t.find_first_of(" \t");
+  if (cut == std::string::npos) {
+    // "52mg": the unit starts at the first letter that is not an exponent marker.
+    cut = t.size();
+    for (std::size_t i = 0; i < t.size(); ++i) {
+      const char c = t[i];
+      if (std::isalpha(static_cast<unsigned char>(c)) &&
+          !((c == 'e' || c == 'E') && i + 1 < t.size() &&
+            (std::isdigit(static_cast<unsigned char>(t[i + 1])) || t[i + 1] == '-' ||
+             t[i + 1] == '+'))) {
+        cut = i;
+        break;
+      }
+      if (static_cast<unsigned char>(c) >= 0x80) {  // "°C"
+        cut = i;
+        break;
+      }
+    }
+  }
+  *unit = Trim(t.substr(cut));
+  return StringToDouble(Trim(t.substr(0, cut)), value);
+}
+
+// Reads the "# key: value; key: value" items of a comment line that name known keys.
+void ReadCommentItems(const std::string& comment, const std::string& name, std::size_t lineNo,
+                      RawIsotherm& raw) {
+  std::stringstream parts(comment);
+  std::string part;
+  bool first = true;
+  while (std::getline(parts, part, ';')) {
+    const auto colon = part.find(':');
+    const std::string key = colon == std::string::npos ? "" : Lower(Trim(part.substr(0, colon)));
+    // Only a line that starts with a known key holds items, so prose in a comment (or a
+    // copied value) that happens to contain "temperature: 5" is left alone.
+    if (first && !IsOneOf(key, {"adsorptive", "material", "temperature", "p0", "po", "sample_mass",
+                                "sample mass"}))
+      return;
+    first = false;
+    if (colon == std::string::npos) continue;
+    const std::string value = Trim(part.substr(colon + 1));
+    if (key == "adsorptive") {
+      raw.info.adsorptive = value;
+    } else if (key == "material") {
+      raw.info.material = value;
+    } else if (key == "temperature" || key == "p0" || key == "po" || key == "sample_mass" ||
+               key == "sample mass") {
+      double number = 0.0;
+      std::string unit;
+      if (!SplitValueUnit(value, &number, &unit))
+        Fail(name, lineNo, key + " '" + value + "' is not a number with an optional unit");
+      if (key == "temperature") {
+        CUnits units = TemperatureUnits();
+        if (!unit.empty() && !units.Select(CStr(unit)))
+          Fail(name, lineNo, "unknown temperature unit '" + unit + "' (K or C)");
+        raw.info.temperatureK = units.ToInternal(number);
+      } else if (key == "p0" || key == "po") {
+        raw.poAll = number;
+        raw.poUnit = unit;
+        raw.poUnitWhere = "line " + std::to_string(lineNo) + ", p0";
+      } else {
+        const double factor = unit.empty() || unit == "g" ? 1.0
+                              : unit == "mg"              ? 1e-3
+                              : unit == "kg"              ? 1e3
+                                                          : 0.0;
+        if (factor == 0.0) Fail(name, lineNo, "unknown mass unit '" + unit + "' (g, mg or kg)");
+        raw.info.sampleMassG = number * factor;
+      }
+    }
+  }
 }
 
 }  // namespace
@@ -106,88 +209,160 @@ std::vector<Branch> SplitBranches(const std::vector<double>& relativePressure) {
   return branch;
 }
 
-IsothermData ParseIsothermCsv(std::istream& in, const std::string& name) {
-  IsothermData iso;
-  iso.source = name;
+IsothermData ParseIsothermCsv(std::istream& in, const std::string& name,
+                              const IsothermReadOptions& options) {
+  RawIsotherm raw;
+  raw.source = name;
 
-  std::string raw;
+  std::string line;
   std::size_t lineNo = 0;
-  std::vector<Column> columns;
   char sep = ',';
-  int colP = -1, colQ = -1, colBranch = -1;
+  int col[6] = {-1, -1, -1, -1, -1, -1};  // column of each Role
+  std::vector<std::string> headerNames;
   bool haveHeader = false;
+  std::size_t needed = 0;
 
-  while (std::getline(in, raw)) {
+  while (std::getline(in, line)) {
     ++lineNo;
-    if (lineNo == 1 && raw.compare(0, 3, "\xef\xbb\xbf") == 0) raw.erase(0, 3);  // UTF-8 BOM
-    const std::string line = Trim(raw);
-    if (line.empty() || line[0] == '#') continue;
+    if (lineNo == 1 && line.compare(0, 3, "\xef\xbb\xbf") == 0) line.erase(0, 3);  // UTF-8 BOM
+    line = Trim(line);
+    if (line.empty()) continue;
+    if (line[0] == '#') {
+      ReadCommentItems(line.substr(1), name, lineNo, raw);
+      continue;
+    }
 
     if (!haveHeader) {
       haveHeader = true;
       sep = DetectSeparator(line);
-      for (const auto& field : SplitFields(line, sep)) columns.push_back(ParseColumn(field));
-      for (std::size_t c = 0; c < columns.size(); ++c) {
-        const auto& col = columns[c];
-        const int idx = static_cast<int>(c);
-        if (IsOneOf(col.name,
-                    {"relative_pressure", "relative pressure", "p/p0", "p/po", "p_rel", "prel"})) {
-          if (colP >= 0) Fail(name, lineNo, "more than one relative-pressure column");
-          colP = idx;
-        } else if (IsOneOf(col.name, {"quantity_adsorbed", "quantity adsorbed", "quantity",
-                                      "loading", "amount", "volume_adsorbed"})) {
-          if (colQ >= 0) Fail(name, lineNo, "more than one quantity-adsorbed column");
-          if (!IsQuantityUnit(col.unit))
-            Fail(name, lineNo,
-                 "unit '" + col.unit + "' of column '" + col.name +
-                     "' is not supported (expected cm3/g STP)");
-          colQ = idx;
-        } else if (col.name == "branch") {
-          colBranch = idx;
+      const auto fields = SplitFields(line, sep);
+      for (std::size_t c = 0; c < fields.size(); ++c) {
+        const Column column = ParseColumn(fields[c]);
+        headerNames.push_back(column.name);
+        const Role role = RoleOf(column.name);
+        if (role == Role::kNone) continue;
+        int& slot = col[static_cast<int>(role)];
+        if (slot >= 0)
+          Fail(name, lineNo, std::string("more than one ") + RoleName(role) + " column");
+        slot = static_cast<int>(c);
+        const std::string where =
+            "line " + std::to_string(lineNo) + ", column '" + column.name + "'";
+        if (role == Role::kPressure) {
+          raw.pressureUnit = column.unit;
+          raw.pressureUnitWhere = where;
+        } else if (role == Role::kPo) {
+          raw.poUnit = column.unit;
+          raw.poUnitWhere = where;
+        } else if (role == Role::kLoading) {
+          raw.loadingUnit = column.unit;
+          raw.loadingUnitWhere = where;
         }
+        needed = std::max(needed, c + 1);
       }
-      if (colP < 0)
-        Fail(name, lineNo, "header has no relative-pressure column (relative_pressure or p/p0)");
-      if (colQ < 0)
-        Fail(name, lineNo, "header has no quantity column (quantity_adsorbed [cm3/g STP])");
+      if (col[int(Role::kRelative)] < 0 && col[int(Role::kPressure)] < 0)
+        Fail(name, lineNo,
+             "header has no relative-pressure column (relative_pressure or p/p0) and no pressure "
+             "column (pressure [unit])");
+      if (col[int(Role::kPressure)] >= 0 && raw.pressureUnit.empty())
+        Fail(name, lineNo, "pressure column has no unit; write it as 'pressure [kPa]'");
+      if (col[int(Role::kLoading)] < 0)
+        Fail(name, lineNo, "header has no loading column (loading [unit] or quantity_adsorbed)");
       continue;
     }
 
     const auto cells = SplitFields(line, sep);
-    const std::size_t needed = static_cast<std::size_t>(std::max({colP, colQ, colBranch})) + 1;
-    if (cells.size() < needed) {
+    if (cells.size() < needed)
       Fail(name, lineNo,
            "expected at least " + std::to_string(needed) + " columns, found " +
                std::to_string(cells.size()));
-    }
-    double p = 0.0, q = 0.0;
-    if (!StringToDouble(cells[colP], &p))
-      Fail(name, lineNo, "relative pressure '" + cells[colP] + "' is not a number");
-    if (!StringToDouble(cells[colQ], &q))
-      Fail(name, lineNo, "quantity adsorbed '" + cells[colQ] + "' is not a number");
-    iso.relativePressure.push_back(p);
-    iso.quantityAdsorbedCm3PerGStp.push_back(q);
-    iso.sourceLine.push_back(lineNo);
-    if (colBranch >= 0) {
+    auto number = [&](Role role, std::vector<double>& into) {
+      const int c = col[static_cast<int>(role)];
+      if (c < 0) return;
+      double value = 0.0;
+      if (!StringToDouble(cells[c], &value))
+        Fail(name, lineNo, headerNames[c] + " '" + cells[c] + "' is not a number");
+      into.push_back(value);
+    };
+    number(Role::kRelative, raw.relativePressure);
+    number(Role::kPressure, raw.pressure);
+    number(Role::kPo, raw.po);
+    number(Role::kLoading, raw.loading);
+    raw.sourceLine.push_back(lineNo);
+    if (const int c = col[int(Role::kBranch)]; c >= 0) {
       Branch b;
-      if (!StringToBranch(cells[colBranch], &b))
-        Fail(name, lineNo, "branch '" + cells[colBranch] + "' is not adsorption or desorption");
-      iso.branch.push_back(b);
+      if (!StringToBranch(cells[c], &b))
+        Fail(name, lineNo, "branch '" + cells[c] + "' is not adsorption or desorption");
+      raw.branch.push_back(b);
     }
   }
   if (in.bad()) Fail(name, lineNo, "read error");
   if (!haveHeader) Fail(name, 0, "no header row (the file is empty or only comments)");
-  if (iso.relativePressure.empty()) Fail(name, 0, "no data rows after the header");
-  if (colBranch < 0) iso.branch = SplitBranches(iso.relativePressure);
-  return iso;
+  if (raw.loading.empty()) Fail(name, 0, "no data rows after the header");
+  return ConvertIsotherm(std::move(raw), options);
 }
 
-IsothermData ReadIsothermCsv(const std::string& path) {
-  std::error_code ec;
-  if (std::filesystem::is_directory(path, ec)) Fail(path, 0, "is a directory, not a file");
-  std::ifstream in(path, std::ios::binary);
-  if (!in) Fail(path, 0, std::string("cannot open: ") + std::strerror(errno));
-  return ParseIsothermCsv(in, path);
+IsothermData ReadIsothermCsv(const std::string& path, const IsothermReadOptions& options) {
+  std::istringstream in(io_detail::ReadTextFile(path));
+  return ParseIsothermCsv(in, path, options);
+}
+
+std::string FormatIsothermCsv(const IsothermData& iso, const IsothermWriteOptions& options) {
+  const IsothermInfo& info = iso.info;
+  const bool absolute = !iso.pressureMmHg.empty();
+  const bool withPo = !iso.poMmHg.empty();
+
+  const CUnits pressureUnits = PressureUnits();
+  std::string pressureText = !options.pressureUnit.empty() ? options.pressureUnit
+                             : !info.pressureUnit.empty()  ? info.pressureUnit
+                                                           : "mmHg";
+  const std::size_t pressureIndex =
+      absolute || withPo ? io_detail::PressureUnitIndex(pressureText, iso.source, "pressure unit")
+                         : 0;
+  const CUnits loadingUnits = LoadingUnitsFor(info, options.gasCache);
+  const std::string loadingText = !options.loadingUnit.empty() ? options.loadingUnit
+                                  : !info.loadingUnit.empty()  ? info.loadingUnit
+                                                               : "cm3/g STP";
+  const std::size_t loadingIndex =
+      io_detail::LoadingUnitIndex(loadingUnits, loadingText, info, iso.source, "loading unit");
+  if (absolute || withPo) pressureText = pressureUnits.Units()[pressureIndex].Id().str();
+  const std::string loadingId = loadingUnits.Units()[loadingIndex].Id().str();
+
+  std::ostringstream out;
+  out << "# isotherm written by fiofla";
+  if (!iso.source.empty()) out << " from " << iso.source;
+  out << "\n";
+  if (!info.adsorptive.empty()) out << "# adsorptive: " << info.adsorptive << "\n";
+  if (std::isfinite(info.temperatureK))
+    out << "# temperature: " << io_detail::FormatValue(info.temperatureK) << " K\n";
+  if (std::isfinite(info.sampleMassG))
+    out << "# sample_mass: " << io_detail::FormatValue(info.sampleMassG) << " g\n";
+  if (!info.material.empty()) out << "# material: " << info.material << "\n";
+  // What else the source said (AIF items, ISODB members), for the reader's eyes only.
+  for (const auto& [name, value] : info.items) {
+    std::string text = name + " = " + value;
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    std::replace(text.begin(), text.end(), '\r', ' ');
+    out << "# " << text << "\n";
+  }
+
+  out << "relative_pressure";
+  if (absolute) out << ",pressure [" << pressureText << "]";
+  if (withPo) out << ",p0 [" << pressureText << "]";
+  out << ",loading [" << loadingId << "],branch\n";
+  for (std::size_t i = 0; i < iso.size(); ++i) {
+    out << io_detail::FormatValue(iso.relativePressure[i]);
+    if (absolute)
+      out << ","
+          << io_detail::FormatValue(pressureUnits.FromInternal(iso.pressureMmHg[i], pressureIndex));
+    if (withPo)
+      out << ","
+          << io_detail::FormatValue(pressureUnits.FromInternal(iso.poMmHg[i], pressureIndex));
+    out << ","
+        << io_detail::FormatValue(
+               loadingUnits.FromInternal(iso.quantityAdsorbedCm3PerGStp[i], loadingIndex))
+        << "," << BranchName(iso.branch[i]) << "\n";
+  }
+  return out.str();
 }
 
 }  // namespace fiofla

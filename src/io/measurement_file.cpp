@@ -239,7 +239,9 @@ Measurement ParseMeasurement(const std::string& text, const std::string& name) {
   rapidjson::Document doc;
   // Full precision: a number written and read back must be the same double, or a reduced
   // simulation would not return its model exactly.
-  doc.Parse<rapidjson::kParseFullPrecisionFlag>(text.c_str(), text.size());
+  // Iterative: a file of a million "[" must not recurse the stack away.
+  doc.Parse<rapidjson::kParseFullPrecisionFlag | rapidjson::kParseIterativeFlag>(text.c_str(),
+                                                                                 text.size());
   if (doc.HasParseError())
     throw InputError(name + ":" + std::to_string(fiofla::LineOfOffset(text, doc.GetErrorOffset())) +
                      ": not valid JSON: " + rapidjson::GetParseError_En(doc.GetParseError()));

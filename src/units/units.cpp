@@ -43,7 +43,7 @@ double IntegerPower(double base, int power) {
 CUnitsStr GasStp() {
   return CUnitsStr("cm3/g STP", "cm³/g STP", 1.0, 0.0,
                    {"cm^3/g STP", "cm³/g", "cc/g", "cc/g STP", "ml/g STP", "cm3/g", "cm^3/g",
-                    "cm3(STP)/g", "cm3/g(STP)", "cm³(STP)/g"});
+                    "cm3(STP)/g", "cm3/g(STP)", "cm³(STP)/g", "ml(STP)/g"});
 }
 CUnitsStr GasMmol() {
   return CUnitsStr("mmol/g", "mmol/g", kCm3StpPerMmol);

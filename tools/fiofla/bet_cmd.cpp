@@ -10,17 +10,16 @@ namespace {
 const std::string kBetHelp =
     std::string(
         "usage: fiofla bet FILE [--range LO:HI | --auto [--min-points N] [--min-r2 R]]\n"
-        "                       [--cross-section NM2] [--json]\n"
+        "                       [--cross-section NM2] [--format F] [--p0 P] [--json]\n"
         "\n"
         "Fits the BET equation to the adsorption-branch points of FILE whose relative\n"
         "pressure lies in the range, and prints the surface area with its standard error,\n"
         "C, the monolayer quantity Qm, the fitted line and the points used.\n"
         "\n"
-        "  FILE                 isotherm CSV: a header naming the columns, relative pressure\n"
-        "                       (relative_pressure or p/p0) and quantity adsorbed in\n"
-        "                       cm3/g STP (quantity_adsorbed); '#' starts a comment line.\n"
-        "                       A measurement file (see 'fiofla reduce') is reduced first\n") +
-    kBetOptionsHelp +
+        "  FILE                 isotherm: CSV with units in its header (see README), AIF\n"
+        "                       (.aif), NIST ISODB JSON, or a measurement file (see\n"
+        "                       'fiofla reduce'), which is reduced first\n") +
+    kInputOptionsHelp + kBetOptionsHelp +
     "  --json               print the results as JSON\n"
     "\n"
     "exit codes: 0 ok, 1 unreadable or malformed file, 2 bad arguments,\n"
@@ -30,6 +29,7 @@ const std::string kBetHelp =
 struct BetOptions {
   std::string file;
   BetSettings bet;
+  IsothermReadOptions input;
   bool json = false;
   bool help = false;
 };
@@ -43,7 +43,7 @@ BetOptions ParseBetArgs(const std::vector<std::string>& args) {
       opt.help = true;
     } else if (arg == "--json") {
       opt.json = true;
-    } else if (ReadBetOption(reader, opt.bet)) {
+    } else if (ReadBetOption(reader, opt.bet) || ReadInputOption(reader, opt.input)) {
     } else if (reader.IsOption()) {
       throw UsageError{"unknown option '" + arg + "'"};
     } else if (opt.file.empty()) {
@@ -91,6 +91,16 @@ void PrintSearchJson(JsonWriter& w, const BetRangeResult& s) {
   w.EndObject();
 }
 
+// A point as the JSON names it: its 1-based index, and its file line where there is one.
+void PointKeys(JsonWriter& w, const IsothermData& iso, std::size_t i) {
+  w.Key("point");
+  w.Uint64(i + 1);
+  if (iso.sourceLine[i] > 0) {
+    w.Key("line");
+    w.Uint64(iso.sourceLine[i]);
+  }
+}
+
 void PrintBetJson(std::ostream& out, const BetOptions& opt, const IsothermData& iso,
                   const BetRun& run) {
   const CCalcBET& bet = *run.calc;
@@ -123,8 +133,7 @@ void PrintBetJson(std::ostream& out, const BetOptions& opt, const IsothermData& 
   w.StartArray();
   for (std::size_t k = 0; k < run.rangeRows.size(); ++k) {
     w.StartObject();
-    w.Key("line");
-    w.Uint64(iso.sourceLine[run.rangeRows[k]]);
+    PointKeys(w, iso, run.rangeRows[k]);
     JsonKeyNumber(w, "relative_pressure", bet.fitRelativePressure[k]);
     JsonKeyNumber(w, "quantity_cm3_per_g_stp", bet.fitQuantity[k]);
     JsonKeyNumber(w, "bet_transform_g_per_cm3_stp", bet.fitTransform[k]);
@@ -135,11 +144,10 @@ void PrintBetJson(std::ostream& out, const BetOptions& opt, const IsothermData& 
   w.StartArray();
   for (std::size_t i : run.dropped) {
     w.StartObject();
-    w.Key("line");
-    w.Uint64(iso.sourceLine[i]);
+    PointKeys(w, iso, i);
     JsonKeyNumber(w, "relative_pressure", iso.relativePressure[i]);
     w.Key("reason");
-    w.String("relative pressure >= 1");
+    w.String(DroppedReason(iso.relativePressure[i]));
     w.EndObject();
   }
   w.EndArray();
@@ -165,18 +173,19 @@ void PrintBetText(std::ostream& out, const BetOptions& opt, const IsothermData& 
       << "  Correlation         " << Num(bet.correlation, 8) << "\n"
       << "  Status              " << bet.status << " (" << BETStatusText(bet.status) << ")\n\n";
   out << "  Points used (" << run.rangeRows.size() << "):\n"
-      << "      line        P/Po    Q (cm3/g STP)    1/[Q(Po/P-1)]\n";
+      << "         where        P/Po    Q (cm3/g STP)    1/[Q(Po/P-1)]\n";
   for (std::size_t k = 0; k < run.rangeRows.size(); ++k) {
-    char row[160];
-    std::snprintf(row, sizeof row, "  %8zu  %10.6f  %15.6g  %15.6g\n",
-                  iso.sourceLine[run.rangeRows[k]], bet.fitRelativePressure[k], bet.fitQuantity[k],
-                  bet.fitTransform[k]);
+    char row[200];
+    std::snprintf(row, sizeof row, "  %12s  %10.6f  %15.6g  %15.6g\n",
+                  iso.PointName(run.rangeRows[k]).c_str(), bet.fitRelativePressure[k],
+                  bet.fitQuantity[k], bet.fitTransform[k]);
     out << row;
   }
   if (!run.dropped.empty()) {
-    out << "\n  Points dropped (relative pressure >= 1):";
-    for (std::size_t i : run.dropped) out << " line " << iso.sourceLine[i];
-    out << "\n";
+    out << "\n  Points BET cannot use:\n";
+    for (std::size_t i : run.dropped)
+      out << "    " << iso.PointName(i) << ": P/Po " << Num(iso.relativePressure[i]) << ", "
+          << DroppedReason(iso.relativePressure[i]) << "\n";
   }
 }
 
@@ -198,7 +207,7 @@ int RunBet(const std::vector<std::string>& args, std::ostream& out, std::ostream
 
   IsothermData iso;
   try {
-    iso = LoadIsotherm(opt.file, err);
+    iso = LoadIsotherm(opt.file, opt.input, err);
   } catch (const InputError& e) {
     err << "fiofla bet: " << e.what() << "\n";
     return kExitInputError;

@@ -18,6 +18,7 @@ constexpr const char* kMainHelp =
     "  tplot FILE     t-plot: micropore volume, external and micropore areas\n"
     "  bjh FILE       BJH pore-size distribution of one branch\n"
     "  reduce RUN     reduce a measurement file to an isotherm (CSV)\n"
+    "  convert FILE   an isotherm (CSV, AIF, ISODB JSON, run) as CSV or AIF, in any units\n"
     "  simulate       play an isotherm model back into a measurement file\n"
     "  gas ...        gas tables: list, show, Z, saturation pressure and temperature, convert\n"
     "  help           this text; 'fiofla <command> --help' for a command\n"
@@ -36,6 +37,7 @@ int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
   if (command == "report") return RunReport(rest, out, err);
   if (command == "gas") return RunGas(rest, out, err);
   if (command == "reduce") return RunReduce(rest, out, err);
+  if (command == "convert") return RunConvert(rest, out, err);
   if (command == "tplot") return RunTPlot(rest, out, err);
   if (command == "bjh") return RunBjh(rest, out, err);
   if (command == "simulate") return RunSimulate(rest, out, err);

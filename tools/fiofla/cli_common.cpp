@@ -1,5 +1,6 @@
 #include "cli_common.h"
 
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 
@@ -8,15 +9,52 @@
 
 namespace fiofla::cli {
 
-IsothermData LoadIsotherm(const std::string& path, std::ostream& err) {
-  if (!LooksLikeMeasurementFile(path)) return ReadIsothermCsv(path);
-  const ReducedIsotherm reduced = ReduceMeasurement(ReadMeasurementFile(path));
-  if (reduced.poStoppedAt)
-    err << "fiofla: " << path << ": Po is not positive at point " << *reduced.poStoppedAt + 1
-        << " (t = " << Num(reduced.timeS[*reduced.poStoppedAt]) << " s); conversion stops there, "
-        << reduced.convertedPoints << " of " << reduced.timeS.size() << " points are used\n";
-  if (reduced.convertedPoints == 0) throw InputError(path + ": no point has a relative pressure");
-  return reduced.ToIsothermData();
+IsothermData LoadIsotherm(const std::string& path, const IsothermReadOptions& options,
+                          std::ostream& err) {
+  IsothermData iso = ReadIsothermFile(path, options);
+  for (const std::string& note : iso.notes) err << "fiofla: " << path << ": " << note << "\n";
+  return iso;
+}
+
+bool ReadInputOption(ArgReader& reader, IsothermReadOptions& options) {
+  const std::string& arg = reader.Arg();
+  if (arg == "--format") {
+    const std::string v = reader.Value();
+    if (!FormatFromName(v, &options.format))
+      throw UsageError{"--format '" + v + "' is not one of auto, csv, aif, isodb, measurement"};
+  } else if (arg == "--p0") {
+    const std::string v = reader.Value();
+    options.poMmHg = ParsePressure(v, "--p0");
+  } else {
+    return false;
+  }
+  return true;
+}
+
+const char* const kInputOptionsHelp =
+    "  --format F           read FILE as csv, aif, isodb or measurement (default: by\n"
+    "                       extension; .json files by content)\n"
+    "  --p0 P               Po with its unit (e.g. 101.325kPa, '760 mmHg'), for files that\n"
+    "                       give absolute pressures; replaces the file's own Po\n";
+
+double ParsePressure(const std::string& text, const std::string& option) {
+  std::size_t cut = 0;
+  while (cut < text.size() && (std::isdigit(static_cast<unsigned char>(text[cut])) ||
+                               text[cut] == '.' || text[cut] == '+' || text[cut] == '-' ||
+                               ((text[cut] == 'e' || text[cut] == 'E') && cut + 1 < text.size() &&
+                                !std::isalpha(static_cast<unsigned char>(text[cut + 1])))))
+    ++cut;
+  const auto value = ToDouble(text.substr(0, cut));
+  std::string unit = text.substr(cut);
+  unit.erase(0, unit.find_first_not_of(' '));
+  if (!value || !(*value > 0.0))
+    throw UsageError{option + " '" + text + "' is not a positive pressure with a unit"};
+  if (unit.empty())
+    throw UsageError{option + " '" + text + "' has no unit; write e.g. 101.325kPa or '760 mmHg'"};
+  const CUnits units = PressureUnits();
+  const int index = units.Find(CStr(unit));
+  if (index < 0) throw UsageError{option + ": unknown pressure unit '" + unit + "'"};
+  return units.ToInternal(*value, static_cast<std::size_t>(index));
 }
 
 bool ArgReader::Next() {
@@ -39,6 +77,12 @@ std::string ArgReader::Value() {
   if (m_hasInline) return m_inlineValue;
   if (m_next >= m_args.size()) throw UsageError{m_arg + " needs a value"};
   return m_args[m_next++];
+}
+
+std::optional<std::string> ArgReader::Peek() const {
+  if (m_hasInline) return m_inlineValue;
+  if (m_next >= m_args.size()) return std::nullopt;
+  return m_args[m_next];
 }
 
 std::optional<double> ToDouble(const std::string& text) {
@@ -144,10 +188,11 @@ BetRun RunBetOn(const IsothermData& iso, const BetSettings& settings) {
 
   for (std::size_t i = 0; i < iso.size(); ++i) {
     const short f = run.calc->pointFlags[i];
-    if ((f & CCalcBET::POINT_IN_RANGE) && (f & CCalcBET::POINT_INCLUDED) &&
-        iso.relativePressure[i] < 1.0)
+    const double x = iso.relativePressure[i];
+    const bool usable = x > 0.0 && x < 1.0;
+    if ((f & CCalcBET::POINT_IN_RANGE) && (f & CCalcBET::POINT_INCLUDED) && usable)
       run.rangeRows.push_back(i);
-    if (iso.relativePressure[i] >= 1.0) run.dropped.push_back(i);
+    if (!usable) run.dropped.push_back(i);
   }
   return run;
 }
@@ -155,6 +200,10 @@ BetRun RunBetOn(const IsothermData& iso, const BetSettings& settings) {
 bool NoBetResult(const CCalcBET& calc) {
   return calc.status == CCalcBET::STATUS_TOO_FEW_POINTS ||
          calc.status == CCalcBET::STATUS_ZERO_INTERCEPT;
+}
+
+const char* DroppedReason(double relativePressure) {
+  return relativePressure >= 1.0 ? "relative pressure >= 1" : "relative pressure <= 0";
 }
 
 std::string NoResultReason(const BetRun& run) {

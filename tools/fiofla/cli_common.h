@@ -33,6 +33,8 @@ class ArgReader {
   bool IsOption() const { return m_arg.size() > 1 && m_arg[0] == '-'; }
   /// The value of the current option; throws UsageError when there is none.
   std::string Value();
+  /// What Value() would return, without taking it; nothing when there is none.
+  std::optional<std::string> Peek() const;
 
  private:
   const std::vector<std::string>& m_args;
@@ -68,7 +70,7 @@ struct BetRun {
   std::shared_ptr<CCalcBET> calc;
   /// Isotherm indices of the range points, in the order the calculation took them.
   std::vector<std::size_t> rangeRows;
-  /// Isotherm indices of points at P/Po >= 1, which BET cannot use.
+  /// Isotherm indices of points at P/Po <= 0 or >= 1, which BET cannot use.
   std::vector<std::size_t> dropped;
   /// The range that was used, P/Po (the found window when searched).
   double rangeLow = 0.0;
@@ -77,14 +79,25 @@ struct BetRun {
   std::optional<BetRangeResult> search;
 };
 
-/// The isotherm in `path`: an isotherm CSV, or a measurement file, which is reduced first
-/// (a note goes to `err` when Po stopped the conversion early). Throws InputError.
-IsothermData LoadIsotherm(const std::string& path, std::ostream& err);
+/// The isotherm in `path`, in any format ReadIsothermFile reads; the reader's notes (where Po
+/// came from, a run's early stop) go to `err`. Throws InputError.
+IsothermData LoadIsotherm(const std::string& path, const IsothermReadOptions& options,
+                          std::ostream& err);
+/// Reads an input option shared by the commands (--format, --p0); false when `reader` is
+/// at neither.
+bool ReadInputOption(ArgReader& reader, IsothermReadOptions& options);
+/// Help lines of the shared input options.
+extern const char* const kInputOptionsHelp;
+/// A pressure with its unit ("101.325kPa", "760 mmHg") in mmHg; throws UsageError naming
+/// `option` when it has no unit, an unknown one or is not positive.
+double ParsePressure(const std::string& text, const std::string& option);
 
 /// Runs BET on `iso` with the fixed or searched range of `settings`.
 BetRun RunBetOn(const IsothermData& iso, const BetSettings& settings);
 /// True when the calculation gave no usable result (status 1 or 17).
 bool NoBetResult(const CCalcBET& calc);
+/// Why BET cannot use a point of `run.dropped`.
+const char* DroppedReason(double relativePressure);
 /// Why a run gave no result: the failed range search, or the calculation's status.
 std::string NoResultReason(const BetRun& run);
 
@@ -106,6 +119,8 @@ int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::os
 int RunTPlot(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 /// Runs `fiofla bjh`.
 int RunBjh(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+/// Runs `fiofla convert`.
+int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 /// Runs `fiofla gas`.
 int RunGas(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 

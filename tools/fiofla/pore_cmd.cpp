@@ -27,7 +27,7 @@ constexpr const char* kTPlotHelp =
     "Plots the quantity adsorbed against the statistical film thickness t(P/Po) and fits\n"
     "a line over the thickness range: the slope gives the external surface area, the\n"
     "intercept the micropore volume, and the BET area less the external area the\n"
-    "micropore area. FILE is an isotherm CSV or a measurement file.\n"
+    "micropore area. FILE is an isotherm (CSV, AIF, ISODB JSON) or a measurement file.\n"
     "\n"
     "%s"
     "                          (default harkins-jura)\n"
@@ -35,6 +35,9 @@ constexpr const char* kTPlotHelp =
     "  --density-conversion F  liquid cm3 per cm3 STP (default 0.0015468, nitrogen at 77 K)\n"
     "  --bet-area A            total surface area, m2/g (default: the BET area of FILE over\n"
     "                          P/Po 0.05 to 0.30)\n"
+    "  --format F              read FILE as csv, aif, isodb or measurement (default: by\n"
+    "                          extension)\n"
+    "  --p0 P                  Po with its unit (101.325kPa) for absolute pressures\n"
     "  --json                  print the results as JSON\n"
     "\n"
     "exit codes: 0 ok, 1 unreadable file, 2 bad arguments, 3 no t-plot result\n";
@@ -49,7 +52,8 @@ constexpr const char* kBjhHelp =
     "pores emptying at each step of the branch, by the Kelvin equation plus the film of\n"
     "the thickness curve, with the film thinning on pores already emptied taken off.\n"
     "Prints per interval the diameters, the incremental and cumulative pore volume and\n"
-    "area, and dV/dlog(D). FILE is an isotherm CSV or a measurement file.\n"
+    "area, and dV/dlog(D). FILE is an isotherm (CSV, AIF, ISODB JSON) or a measurement\n"
+    "file.\n"
     "\n"
     "  --branch B              desorption (default) or adsorption\n"
     "  --method M              classical (default), corrected (weighted capillary\n"
@@ -62,6 +66,9 @@ constexpr const char* kBjhHelp =
     "  --radius-fraction F     corrected methods divide the Kelvin radius by 1 + F (default 0)\n"
     "  --density-conversion F  liquid cm3 per cm3 STP (default 0.0015468, nitrogen at 77 K)\n"
     "  --diameter-range LO:HI  pore diameters reported, angstroms (default 17:3000)\n"
+    "  --format F              read FILE as csv, aif, isodb or measurement (default: by\n"
+    "                          extension)\n"
+    "  --p0 P                  Po with its unit (101.325kPa) for absolute pressures\n"
     "  --json                  print the results as JSON\n"
     "\n"
     "exit codes: 0 ok, 1 unreadable file, 2 bad arguments, 3 no BJH result\n";
@@ -155,6 +162,7 @@ std::unique_ptr<CThicknessFunction> MakeThickness(const std::string& name) {
 
 struct PoreOptions {
   std::string file;
+  IsothermReadOptions input;
   std::string thickness;
   bool json = false;
   bool help = false;
@@ -206,6 +214,7 @@ PoreOptions Parse(const std::vector<std::string>& args, bool bjh) {
       o.radiusFraction = *f;
     } else if (bjh && a == "--diameter-range") {
       std::tie(o.dLow, o.dHigh) = Range(a, reader.Value());
+    } else if (ReadInputOption(reader, o.input)) {
     } else if (reader.IsOption()) {
       throw UsageError{"unknown option '" + a + "'"};
     } else if (o.file.empty()) {
@@ -284,7 +293,7 @@ std::optional<int> Prepare(const char* command, const char* help, bool bjh,
       return kExitOk;
     }
     thickness = MakeThickness(o.thickness);
-    iso = LoadIsotherm(o.file, err);
+    iso = LoadIsotherm(o.file, o.input, err);
   } catch (const UsageError& e) {
     err << "fiofla " << command << ": " << e.message << "\ntry 'fiofla " << command << " --help'\n";
     return kExitUsageError;

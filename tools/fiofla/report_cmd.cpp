@@ -19,7 +19,7 @@ namespace {
 
 const std::string kReportHelp =
     std::string(
-        "usage: fiofla report FILE... [-o OUT] [--format html|json|text]\n"
+        "usage: fiofla report FILE... [-o OUT] [--to html|json|text] [--format F] [--p0 P]\n"
         "                     [--range LO:HI | --auto [--min-points N] [--min-r2 R]]\n"
         "                     [--cross-section NM2] [--units UNIT [--molar-mass G]]\n"
         "\n"
@@ -28,16 +28,16 @@ const std::string kReportHelp =
         "then a t-plot page (Harkins-Jura curve, 3.5 to 5 A) and a BJH page (classical,\n"
         "desorption branch) with their tables and plots.\n"
         "With several files every isotherm gets its own page and a last page overlays\n"
-        "their plots. A FILE may be an isotherm CSV or a measurement file, which is\n"
-        "reduced first (see 'fiofla reduce').\n"
+        "their plots. A FILE may be an isotherm CSV, AIF or ISODB JSON file, or a\n"
+        "measurement file, which is reduced first (see 'fiofla reduce').\n"
         "\n"
         "  -o, --output OUT     write the report to OUT (the format follows its extension:\n"
         "                       .html, .json, .txt); without it the report goes to standard\n"
         "                       output as text. OUT is replaced only once the whole report\n"
         "                       is ready, so a failed run leaves no partial file\n"
-        "  --format F           html (one self-contained file, inline SVG), json (the whole\n"
-        "                       report model) or text\n") +
-    kBetOptionsHelp +
+        "  --to F               html (one self-contained file, inline SVG), json (the whole\n"
+        "                       report model) or text; --format html|json|text does the same\n") +
+    kInputOptionsHelp + kBetOptionsHelp +
     "  --units UNIT         quantity adsorbed shown in cm3/g STP (default), mmol/g,\n"
     "                       mol/kg or mg/g; the BET transform follows as its inverse\n"
     "  --molar-mass G       molar mass of the adsorptive in g/mol, needed for mg/g\n"
@@ -53,12 +53,13 @@ struct ReportOptions {
   std::string output;
   std::optional<Format> format;
   BetSettings bet;
+  IsothermReadOptions input;
   std::string units;
   double molarMassGPerMol = 0.0;
   bool help = false;
 };
 
-std::optional<Format> FormatFromName(const std::string& name) {
+std::optional<Format> OutputFormatFromName(const std::string& name) {
   if (name == "html") return Format::kHtml;
   if (name == "json") return Format::kJson;
   if (name == "text" || name == "txt") return Format::kText;
@@ -87,10 +88,14 @@ ReportOptions ParseReportArgs(const std::vector<std::string>& args) {
     } else if (arg == "-o" || arg == "--output") {
       opt.output = reader.Value();
       if (opt.output.empty()) throw UsageError{arg + " needs a file name"};
-    } else if (arg == "--format") {
+    } else if (arg == "--to") {
       const std::string v = reader.Value();
-      opt.format = FormatFromName(v);
-      if (!opt.format) throw UsageError{"--format '" + v + "' is not html, json or text"};
+      opt.format = OutputFormatFromName(v);
+      if (!opt.format) throw UsageError{"--to '" + v + "' is not html, json or text"};
+    } else if (arg == "--format" && reader.Peek() && OutputFormatFromName(*reader.Peek())) {
+      // --format once named the output; the output names never collide with input formats.
+      opt.format = OutputFormatFromName(reader.Value());
+    } else if (ReadInputOption(reader, opt.input)) {
     } else if (arg == "--units") {
       opt.units = reader.Value();
       if (DVolumeAds::sm_Formatter.Units().Find(opt.units) < 0)
@@ -348,7 +353,7 @@ int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostr
   // Every file is read before anything is written: one bad file means no report at all.
   std::vector<IsothermData> isotherms;
   try {
-    for (const auto& file : opt.files) isotherms.push_back(LoadIsotherm(file, err));
+    for (const auto& file : opt.files) isotherms.push_back(LoadIsotherm(file, opt.input, err));
   } catch (const InputError& e) {
     err << "fiofla report: " << e.what() << "\n";
     return kExitInputError;

@@ -1,0 +1,371 @@
+// Conversion of what isotherm files give into IsothermData, shared by every reader, and
+// the choice of reader by format.
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "fiofla/compress.h"
+#include "fiofla/io/aif_file.h"
+#include "fiofla/io/file_util.h"
+#include "fiofla/io/isodb_file.h"
+#include "fiofla/io/isotherm_file.h"
+#include "fiofla/io/measurement_file.h"
+#include "fiofla/measurement.h"
+#include "isotherm_internal.h"
+
+namespace fiofla {
+namespace {
+
+[[noreturn]] void Fail(const std::string& source, const std::string& what) {
+  throw InputError(source + ": " + what);
+}
+
+std::string Short(double value) {
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%.6g", value);
+  return buf;
+}
+
+std::string Squeezed(const std::string& text) {
+  std::string out;
+  for (char c : text) {
+    if (c == ' ' || c == '_' || c == '-' || c == '\t') continue;
+    out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  }
+  return out;
+}
+
+CGasCompressibilityCache& CacheOf(CGasCompressibilityCache* cache) {
+  return cache ? *cache : CGasCompressibilityCache::ms_cCache;
+}
+
+// The adsorptive's table, or null when it has none or the file does not read.
+const CGasCompressibilityTable* TableOf(const std::string& adsorptive,
+                                        CGasCompressibilityCache* cache) {
+  const std::string name = GasTableName(adsorptive);
+  if (name.empty()) return nullptr;
+  const CGasCompressibilityTable* gas = CacheOf(cache).GetGas(CStr(name));
+  if (gas == nullptr || !gas->GetReadError().empty()) return nullptr;
+  return gas;
+}
+
+std::string UnitList(const CUnits& units) {
+  std::string list;
+  for (const CUnitsStr& u : units.Units()) list += (list.empty() ? "" : ", ") + u.Id().str();
+  return list;
+}
+
+std::string Where(const std::string& where) {
+  return where.empty() ? std::string() : " (" + where + ")";
+}
+
+// Why unit `index` of the loading units cannot convert for this isotherm.
+std::string WhyNoConversion(const CUnits& units, std::size_t index, const IsothermInfo& info) {
+  const CUnitsStr& unit = units.Units()[index];
+  std::string why = "loading unit '" + unit.Id().str() + "' needs the adsorptive's ";
+  if (units.MolarMass() <= 0.0) {
+    why += "molar mass, and ";
+    why += info.adsorptive.empty() ? "the file names no adsorptive"
+                                   : "fiofla has no gas table for '" + info.adsorptive + "'";
+    return why;
+  }
+  why += "liquid density, and ";
+  why += std::isnan(info.temperatureK)
+             ? "the file gives no temperature"
+             : "its gas table has none at " + Short(info.temperatureK) + " K";
+  return why;
+}
+
+void CheckLength(const RawIsotherm& raw, std::size_t size, const char* what) {
+  if (size != 0 && size != raw.loading.size())
+    Fail(raw.source, std::string(what) + " has " + std::to_string(size) + " values but there are " +
+                         std::to_string(raw.loading.size()) + " loadings");
+}
+
+// Po from the adsorptive's saturation (or, below its triple point, sublimation) curve.
+bool PoFromGasTable(const IsothermInfo& info, CGasCompressibilityCache* cache, double* poMmHg) {
+  if (!std::isfinite(info.temperatureK)) return false;
+  const CGasCompressibilityTable* gas = TableOf(info.adsorptive, cache);
+  if (gas == nullptr) return false;
+  double psat = 0.0;
+  const bool below = info.temperatureK < gas->GetTriplePointTemperature();
+  if (!gas->CalcPsatFromTemp(&psat, info.temperatureK, below) || !(psat > 0.0)) return false;
+  *poMmHg = psat;
+  return true;
+}
+
+}  // namespace
+
+namespace io_detail {
+
+std::size_t PressureUnitIndex(const std::string& text, const std::string& source,
+                              const std::string& where) {
+  if (text.empty()) Fail(source, "no pressure unit" + Where(where));
+  const int index = FindPressureUnit(text);
+  if (index < 0)
+    Fail(source, "unknown pressure unit '" + text + "'" + Where(where) +
+                     "; known: " + UnitList(PressureUnits()));
+  return static_cast<std::size_t>(index);
+}
+
+std::size_t LoadingUnitIndex(const CUnits& units, const std::string& text, const IsothermInfo& info,
+                             const std::string& source, const std::string& where) {
+  const int index = units.Find(CStr(text));
+  if (index < 0)
+    Fail(source,
+         "unknown loading unit '" + text + "'" + Where(where) + "; known: " + UnitList(units));
+  if (!units.CanConvert(static_cast<std::size_t>(index)))
+    Fail(source, WhyNoConversion(units, static_cast<std::size_t>(index), info) + Where(where));
+  return static_cast<std::size_t>(index);
+}
+
+std::string FormatValue(double value) {
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%.15g", value);
+  return buf;
+}
+
+std::string ReadTextFile(const std::string& path) {
+  constexpr std::size_t kMaxBytes = std::size_t(256) << 20;
+  std::error_code ec;
+  if (std::filesystem::is_directory(path, ec)) Fail(path, "is a directory, not a file");
+  std::string text;
+  errno = 0;
+  switch (ReadFileLimited(path, kMaxBytes, &text)) {
+    case FileReadStatus::kOk:
+      return text;
+    case FileReadStatus::kNotOpened:
+      Fail(path, std::string("cannot open: ") + std::strerror(errno ? errno : ENOENT));
+    case FileReadStatus::kNotRead:
+      Fail(path, "cannot read the file");
+    case FileReadStatus::kTooLarge:
+      break;
+  }
+  Fail(path, "the file is larger than 256 MB");
+}
+
+}  // namespace io_detail
+
+std::string IsothermData::PointName(std::size_t i) const {
+  if (i < sourceLine.size() && sourceLine[i] > 0) return "line " + std::to_string(sourceLine[i]);
+  return "point " + std::to_string(i + 1);
+}
+
+const char* FormatName(IsothermFormat format) {
+  switch (format) {
+    case IsothermFormat::kCsv:
+      return "csv";
+    case IsothermFormat::kAif:
+      return "aif";
+    case IsothermFormat::kIsodb:
+      return "isodb";
+    case IsothermFormat::kMeasurement:
+      return "measurement";
+    case IsothermFormat::kAuto:
+      break;
+  }
+  return "auto";
+}
+
+bool FormatFromName(const std::string& name, IsothermFormat* format) {
+  const std::string wanted = Squeezed(name);
+  for (IsothermFormat f : {IsothermFormat::kAuto, IsothermFormat::kCsv, IsothermFormat::kAif,
+                           IsothermFormat::kIsodb, IsothermFormat::kMeasurement}) {
+    if (wanted == FormatName(f)) {
+      *format = f;
+      return true;
+    }
+  }
+  return false;
+}
+
+IsothermFormat DetectFormat(const std::string& path) {
+  if (LooksLikeMeasurementFile(path)) return IsothermFormat::kMeasurement;
+  const auto dot = path.find_last_of('.');
+  const auto slash = path.find_last_of('/');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
+    return IsothermFormat::kCsv;
+  const std::string ext = Squeezed(path.substr(dot + 1));
+  if (ext == "aif" || ext == "cif") return IsothermFormat::kAif;
+  if (ext == "json") return IsothermFormat::kIsodb;
+  return IsothermFormat::kCsv;
+}
+
+std::string GasTableName(const std::string& adsorptive) {
+  static const struct {
+    const char* table;
+    const char* names[3];
+  } kGases[] = {
+      {"nitrogen", {"nitrogen", "n2", ""}}, {"argon", {"argon", "ar", ""}},
+      {"krypton", {"krypton", "kr", ""}},   {"carbon_dioxide", {"carbondioxide", "co2", ""}},
+      {"methane", {"methane", "ch4", ""}},  {"hydrogen", {"hydrogen", "h2", ""}},
+      {"oxygen", {"oxygen", "o2", ""}},
+  };
+  const std::string wanted = Squeezed(adsorptive);
+  if (wanted.empty()) return {};
+  for (const auto& gas : kGases)
+    for (const char* name : gas.names)
+      if (*name != '\0' && wanted == name) return gas.table;
+  return {};
+}
+
+int FindPressureUnit(const std::string& unitText) {
+  return PressureUnits().Find(CStr(unitText));
+}
+
+CUnits LoadingUnitsFor(const IsothermInfo& info, CGasCompressibilityCache* cache) {
+  CUnits units = fcn_UT_GasAmountAdsorbed();
+  const CGasCompressibilityTable* gas = TableOf(info.adsorptive, cache);
+  if (gas == nullptr) return units;
+  const double molarMass = gas->GetMolecularWeight();
+  units.SetMolarMass(molarMass);
+  if (std::isfinite(info.temperatureK)) {
+    const double molarVolume = gas->GetLiquidMolarVolume(info.temperatureK);
+    if (molarVolume > 0.0) units.SetLiquidDensity(molarMass / molarVolume);
+  }
+  return units;
+}
+
+IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options) {
+  const std::size_t n = raw.loading.size();
+  if (n == 0) Fail(raw.source, "no points");
+  if (raw.pressure.empty() && raw.relativePressure.empty())
+    Fail(raw.source, "no pressures: neither absolute nor relative pressures are given");
+  CheckLength(raw, raw.pressure.size(), "the pressure list");
+  CheckLength(raw, raw.relativePressure.size(), "the relative-pressure list");
+  CheckLength(raw, raw.po.size(), "the Po list");
+  CheckLength(raw, raw.branch.size(), "the branch list");
+  CheckLength(raw, raw.sourceLine.size(), "the line list");
+
+  IsothermData iso;
+  iso.source = raw.source;
+  iso.info = std::move(raw.info);
+  const CUnits pressureUnits = PressureUnits();
+
+  // Absolute pressures, and the unit that Po falls back to.
+  int pressureIndex = -1;
+  if (!raw.pressure.empty()) {
+    pressureIndex = static_cast<int>(
+        io_detail::PressureUnitIndex(raw.pressureUnit, raw.source, raw.pressureUnitWhere));
+    iso.pressureMmHg.reserve(n);
+    for (double p : raw.pressure)
+      iso.pressureMmHg.push_back(pressureUnits.ToInternal(p, pressureIndex));
+    iso.info.pressureUnit = raw.pressureUnit;
+  }
+
+  // Po: the caller's, the file's per point or single value, or the gas table's.
+  if (std::isfinite(options.poMmHg)) {
+    if (!(options.poMmHg > 0.0))
+      Fail(raw.source, "the Po given (" + Short(options.poMmHg) + " mmHg) is not positive");
+    iso.poMmHg.assign(n, options.poMmHg);
+  } else if (!raw.po.empty() || std::isfinite(raw.poAll)) {
+    int poIndex = pressureIndex;
+    if (!raw.poUnit.empty())
+      poIndex =
+          static_cast<int>(io_detail::PressureUnitIndex(raw.poUnit, raw.source, raw.poUnitWhere));
+    if (poIndex < 0) Fail(raw.source, "no Po unit" + Where(raw.poUnitWhere));
+    if (raw.po.empty())
+      iso.poMmHg.assign(n, pressureUnits.ToInternal(raw.poAll, poIndex));
+    else
+      for (double po : raw.po) iso.poMmHg.push_back(pressureUnits.ToInternal(po, poIndex));
+  } else if (raw.relativePressure.empty()) {
+    double po = 0.0;
+    if (!PoFromGasTable(iso.info, options.gasCache, &po))
+      Fail(raw.source,
+           "pressures are absolute but no Po is given; give one (--p0), or the adsorptive and "
+           "temperature of a gas fiofla has a table for");
+    iso.poMmHg.assign(n, po);
+    iso.notes.push_back("Po is the saturation pressure of " + GasTableName(iso.info.adsorptive) +
+                        " at " + Short(iso.info.temperatureK) + " K from its gas table, " +
+                        Short(po) + " mmHg (give --p0 to set it)");
+  }
+
+  // P/Po, given or derived; absolute pressures derived when only P/Po and Po are known.
+  if (!raw.relativePressure.empty()) {
+    iso.relativePressure = std::move(raw.relativePressure);
+    if (iso.pressureMmHg.empty() && !iso.poMmHg.empty())
+      for (std::size_t i = 0; i < n; ++i)
+        iso.pressureMmHg.push_back(iso.relativePressure[i] * iso.poMmHg[i]);
+  } else {
+    iso.relativePressure.resize(n);
+    for (std::size_t i = 0; i < n; ++i) {
+      if (!(iso.poMmHg[i] > 0.0))
+        Fail(raw.source, "Po of point " + std::to_string(i + 1) + " is not positive");
+      iso.relativePressure[i] = iso.pressureMmHg[i] / iso.poMmHg[i];
+    }
+  }
+
+  // Loadings.
+  const CUnits loadingUnits = LoadingUnitsFor(iso.info, options.gasCache);
+  const std::string loadingText = raw.loadingUnit.empty() ? "cm3/g STP" : raw.loadingUnit;
+  const std::size_t loadingIndex = io_detail::LoadingUnitIndex(loadingUnits, loadingText, iso.info,
+                                                               raw.source, raw.loadingUnitWhere);
+  iso.quantityAdsorbedCm3PerGStp.reserve(n);
+  for (double q : raw.loading)
+    iso.quantityAdsorbedCm3PerGStp.push_back(loadingUnits.ToInternal(q, loadingIndex));
+  iso.info.loadingUnit = loadingText;
+
+  for (std::size_t i = 0; i < n; ++i) {
+    const bool finite = std::isfinite(iso.relativePressure[i]) &&
+                        std::isfinite(iso.quantityAdsorbedCm3PerGStp[i]) &&
+                        (iso.pressureMmHg.empty() || std::isfinite(iso.pressureMmHg[i]));
+    if (!finite)
+      Fail(raw.source, "point " + std::to_string(i + 1) + " does not convert to finite values");
+  }
+
+  iso.branch = raw.branch.empty() ? SplitBranches(iso.pressureMmHg.empty() ? iso.relativePressure
+                                                                           : iso.pressureMmHg)
+                                  : std::move(raw.branch);
+  iso.sourceLine =
+      raw.sourceLine.empty() ? std::vector<std::size_t>(n, 0) : std::move(raw.sourceLine);
+  return iso;
+}
+
+IsothermData ReadIsothermFile(const std::string& path, const IsothermReadOptions& options) {
+  IsothermFormat format = options.format;
+  if (format == IsothermFormat::kAuto) format = DetectFormat(path);
+  switch (format) {
+    case IsothermFormat::kAif:
+      return ReadAifFile(path, options);
+    case IsothermFormat::kIsodb:
+      return ReadIsodbFile(path, options);
+    case IsothermFormat::kMeasurement: {
+      const ReducedIsotherm reduced =
+          ReduceMeasurement(ReadMeasurementFile(path), CacheOf(options.gasCache));
+      if (reduced.convertedPoints == 0) Fail(path, "no point has a relative pressure");
+      IsothermData iso = reduced.ToIsothermData();
+      if (reduced.poStoppedAt)
+        iso.notes.push_back(
+            "Po is not positive at point " + std::to_string(*reduced.poStoppedAt + 1) +
+            " (t = " + Short(reduced.timeS[*reduced.poStoppedAt]) +
+            " s); conversion stops there, " + std::to_string(reduced.convertedPoints) + " of " +
+            std::to_string(reduced.timeS.size()) + " points are used");
+      return iso;
+    }
+    case IsothermFormat::kCsv:
+    case IsothermFormat::kAuto:
+      break;
+  }
+  return ReadIsothermCsv(path, options);
+}
+
+void WriteIsothermFile(const std::string& path, const IsothermData& iso, IsothermFormat format,
+                       const IsothermWriteOptions& options) {
+  std::string text;
+  if (format == IsothermFormat::kAif)
+    text = FormatAif(iso, options);
+  else if (format == IsothermFormat::kCsv)
+    text = FormatIsothermCsv(iso, options);
+  else
+    Fail(path, std::string("cannot write the ") + FormatName(format) + " format (csv or aif only)");
+  std::string error;
+  if (!WriteFileAtomically(path, text, &error)) throw InputError(error);
+}
+
+}  // namespace fiofla

@@ -1,0 +1,83 @@
+// One isotherm through every reader, writer and unit: the BET area must not notice.
+#include <sstream>
+
+#include "fiofla/calc_bet.h"
+#include "fiofla/io/aif_file.h"
+#include "fiofla/io/isodb_file.h"
+#include "fiofla/io/isotherm_file.h"
+#include "test_util.h"
+
+namespace {
+
+using fiofla::IsothermData;
+using fiofla::test::ShippedData;
+
+double BetArea(const IsothermData& iso) {
+  const CCalcBET bet(fiofla::MakeBETInput(iso.relativePressure, iso.quantityAdsorbedCm3PerGStp,
+                                          iso.branch, 0.05, 0.30, 0.162));
+  EXPECT_EQ(bet.status, CCalcBET::STATUS_OK);
+  return bet.surfaceArea;
+}
+
+IsothermData ReadCsvText(const std::string& text) {
+  std::istringstream in(text);
+  return fiofla::ParseIsothermCsv(in, "converted.csv");
+}
+
+TEST(IsothermFormats, BundledExamplesGiveTheSameBetArea) {
+  const IsothermData csv = fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica.csv"));
+  const IsothermData aif = fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica.aif"));
+  fiofla::IsothermReadOptions p0;
+  p0.poMmHg = 760.0;  // 1.01325 bar, as the ISODB example was written with
+  const IsothermData isodb =
+      fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica_isodb.json"), p0);
+
+  ASSERT_EQ(aif.size(), csv.size());
+  ASSERT_EQ(isodb.size(), csv.size());
+  EXPECT_EQ(aif.branch, csv.branch);
+  EXPECT_EQ(isodb.branch, csv.branch);
+  EXPECT_EQ(aif.info.loadingUnit, "mmol/g");
+  EXPECT_EQ(isodb.info.pressureUnit, "bar");
+
+  const double area = BetArea(csv);
+  EXPECT_GT(area, 300.0);
+  EXPECT_REL_CLOSE(BetArea(aif), area, 1e-9);
+  EXPECT_REL_CLOSE(BetArea(isodb), area, 1e-9);
+}
+
+TEST(IsothermFormats, ConvertingThroughEveryFormatAndUnitKeepsTheBetArea) {
+  const IsothermData aif = fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica.aif"));
+  const double area = BetArea(aif);
+  const struct {
+    const char* pressure;
+    const char* loading;
+  } units[] = {{"Pa", "cm3/g STP"},  {"bar", "mol/kg"}, {"torr", "mg/g"},
+               {"psi", "cm3 liq/g"}, {"atm", "mmol/g"}, {"mbar", "cm3/g STP"}};
+  for (const auto& u : units) {
+    SCOPED_TRACE(std::string(u.pressure) + ", " + u.loading);
+    fiofla::IsothermWriteOptions options;
+    options.pressureUnit = u.pressure;
+    options.loadingUnit = u.loading;
+    const IsothermData viaCsv = ReadCsvText(fiofla::FormatIsothermCsv(aif, options));
+    const IsothermData viaAif = fiofla::ParseAif(fiofla::FormatAif(aif, options), "converted.aif");
+    EXPECT_EQ(viaCsv.info.loadingUnit, u.loading);
+    EXPECT_EQ(viaAif.info.pressureUnit, u.pressure);
+    EXPECT_REL_CLOSE(BetArea(viaCsv), area, 1e-9);
+    EXPECT_REL_CLOSE(BetArea(viaAif), area, 1e-9);
+  }
+}
+
+TEST(IsothermFormats, AifRoundTripOfTheExampleIsAFixedPoint) {
+  const IsothermData first = fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica.aif"));
+  const std::string text = fiofla::FormatAif(first);
+  const IsothermData second = fiofla::ParseAif(text, "again.aif");
+  ASSERT_EQ(second.size(), first.size());
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    EXPECT_EQ(second.pressureMmHg[i], first.pressureMmHg[i]);
+    EXPECT_EQ(second.quantityAdsorbedCm3PerGStp[i], first.quantityAdsorbedCm3PerGStp[i]);
+  }
+  EXPECT_EQ(second.info.items, first.info.items);
+  EXPECT_EQ(fiofla::FormatAif(second), text);
+}
+
+}  // namespace
