@@ -47,7 +47,7 @@ test-sanitize: deps
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	cd $(ASAN_BUILD) && ctest --output-on-failure -j$(JOBS)
 
-# The gas-table readers under libFuzzer (clang), briefly and with a fixed seed; for a long
+# The gas-table and isotherm readers under libFuzzer (clang), briefly and with a fixed seed; for a long
 # run: FUZZ_SECONDS=600 fuzz/run.sh
 test-fuzz: deps
 	fuzz/run.sh $(CURDIR)/build-fuzz
@@ -56,6 +56,7 @@ bench: build
 	$(BUILD)/bench/bet_bench
 	$(BUILD)/bench/gas_bench
 	$(BUILD)/bench/pore_bench
+	$(BUILD)/bench/io_bench
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) build-fuzz

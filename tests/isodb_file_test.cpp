@@ -148,6 +148,26 @@ TEST(IsodbFile, LoadingUnitsOfTheDatabase) {
 
 // The expected message of every bad_isodb_*.json file is in expected_messages.txt, since
 // JSON has no comments to carry it.
+// Numbers are read correctly rounded, including long mantissas with large exponents that
+// once sent the JSON parser's own conversion out of its tables; a number beyond a double's
+// range is an error, not a crash.
+TEST(IsodbFile, NumbersAreExactAndOutOfRangeOnesRefused) {
+  const std::string longPressure =
+      "2" + std::string(54, '6') + "." + std::string(50, '6') + "7e-52";
+  const std::string points = "{\"pressure\": " + longPressure +
+                             ", \"total_adsorption\": 0.1000000000000000055511151231257827}";
+  const auto iso = fiofla::ParseIsodbJson(Document("Nitrogen", "bar", "mmol/g", points), "n.json",
+                                          WithPo(760.0));
+  EXPECT_EQ(iso.pressureMmHg[0], std::strtod(longPressure.c_str(), nullptr) * 750.0616827041697);
+  EXPECT_EQ(iso.quantityAdsorbedCm3PerGStp[0], 0.1 * kCm3StpPerMmol);
+
+  const std::string tiny =
+      "{\"pressure\": 2" + std::string(60, '6') + "e-427, \"total_adsorption\": 1}";
+  EXPECT_NE(Message(Document("Nitrogen", "bar", "mmol/g", tiny), WithPo(760.0))
+                .find(": not valid JSON: number 2666"),
+            std::string::npos);
+}
+
 TEST(IsodbFile, BadFilesGiveOneLineErrorsNamingFileAndMember) {
   const std::string folder = fiofla::test::TestData("bad");
   std::map<std::string, std::string> expected;

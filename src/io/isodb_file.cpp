@@ -17,6 +17,7 @@
 
 #include "fiofla/io/file_util.h"
 #include "isotherm_internal.h"
+#include "json_exact.h"
 
 namespace fiofla {
 namespace {
@@ -30,8 +31,8 @@ constexpr const char* kReadKeys[] = {"adsorbates",    "adsorbent",       "temper
                                      "pressureUnits", "adsorptionUnits", kPointsKey};
 // Values quoted in messages are cut here, so a message stays one readable line.
 constexpr std::size_t kShownChars = 40;
-// The parser recurses per level; an ISODB document nests four deep, and a bound keeps a
-// file of ten thousand '[' from overflowing the stack.
+// An ISODB document nests four deep; a bound turns a file of ten thousand '[' into a
+// plain "not an ISODB isotherm" instead of a document built only to be refused.
 constexpr int kMaxDepth = 256;
 
 // Byte offsets of where root members' values and the points begin. The DOM keeps no
@@ -146,7 +147,16 @@ bool IsReadKey(const std::string& key) {
 class IsodbReader {
  public:
   IsodbReader(const std::string& text, const std::string& name, const Offsets& offsets)
-      : m_text(text), m_name(name), m_offsets(offsets) {}
+      : m_text(text), m_name(name), m_offsets(offsets) {
+    // The points' offsets rise, so one pass counts the lines of all of them; a line count
+    // from the start for each point would make large documents quadratic.
+    std::size_t line = 1, at = 0;
+    for (std::size_t offset : offsets.points) {
+      for (; at < offset && at < text.size(); ++at)
+        if (text[at] == '\n') ++line;
+      m_pointLines.push_back(line);
+    }
+  }
 
   RawIsotherm Read(const JsonValue& root) const {
     if (!root.IsObject())
@@ -185,7 +195,7 @@ class IsodbReader {
   }
 
   std::size_t PointLine(rapidjson::SizeType i) const {
-    return i < m_offsets.points.size() ? Line(m_offsets.points[i]) : 0;
+    return i < m_pointLines.size() ? m_pointLines[i] : 0;
   }
 
   // For ConvertIsotherm's unit messages: "pressureUnits, line 17".
@@ -298,6 +308,7 @@ class IsodbReader {
   const std::string& m_text;
   const std::string& m_name;
   const Offsets& m_offsets;
+  std::vector<std::size_t> m_pointLines;
 };
 
 }  // namespace
@@ -309,9 +320,13 @@ IsothermData ParseIsodbJson(const std::string& text, const std::string& name,
   rapidjson::MemoryStream memory(text.data(), text.size());
   JsonStream stream(memory);
   rapidjson::Reader reader;
+  std::string badNumber;
   auto parse = [&](rapidjson::Document& target) {
     OffsetRecorder recorder(target, stream, offsets);
-    return !reader.Parse<rapidjson::kParseFullPrecisionFlag>(stream, recorder).IsError();
+    io_detail::ExactNumbers<OffsetRecorder> exact(recorder);
+    const bool ok = !reader.Parse<io_detail::kExactJsonFlags>(stream, exact).IsError();
+    badNumber = exact.BadNumber();
+    return ok;
   };
   doc.Populate(parse);
   if (reader.HasParseError()) {
@@ -320,8 +335,8 @@ IsothermData ParseIsodbJson(const std::string& text, const std::string& name,
     if (offsets.tooDeep)
       throw InputError(where + ": nested more than " + std::to_string(kMaxDepth) +
                        " levels deep; not an ISODB isotherm");
-    throw InputError(
-        where + ": not valid JSON: " + rapidjson::GetParseError_En(reader.GetParseErrorCode()));
+    const rapidjson::ParseResult result(reader.GetParseErrorCode(), reader.GetErrorOffset());
+    throw InputError(where + ": not valid JSON: " + io_detail::JsonParseProblem(result, badNumber));
   }
   return ConvertIsotherm(IsodbReader(text, name, offsets).Read(doc), options);
 }

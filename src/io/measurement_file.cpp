@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "fiofla/io/file_util.h"
+#include "json_exact.h"
 
 namespace fiofla {
 namespace {
@@ -237,14 +238,10 @@ void ReadPoints(const Reader& root, Measurement& m) {
 
 Measurement ParseMeasurement(const std::string& text, const std::string& name) {
   rapidjson::Document doc;
-  // Full precision: a number written and read back must be the same double, or a reduced
+  // Exact numbers: a number written and read back must be the same double, or a reduced
   // simulation would not return its model exactly.
-  // Iterative: a file of a million "[" must not recurse the stack away.
-  doc.Parse<rapidjson::kParseFullPrecisionFlag | rapidjson::kParseIterativeFlag>(text.c_str(),
-                                                                                 text.size());
-  if (doc.HasParseError())
-    throw InputError(name + ":" + std::to_string(fiofla::LineOfOffset(text, doc.GetErrorOffset())) +
-                     ": not valid JSON: " + rapidjson::GetParseError_En(doc.GetParseError()));
+  std::string problem;
+  if (!io_detail::ParseJsonExact(text, doc, &problem)) throw InputError(name + ":" + problem);
   if (!doc.IsObject()) throw InputError(name + ": a measurement file holds one JSON object");
   const Reader root(doc, "", name);
   if (!doc.HasMember("format") || !doc["format"].IsString() ||
