@@ -17,7 +17,9 @@
 #include "fiofla/units/units.h"
 
 // Shared enumerations and file readers.
+#include "fiofla/io/aif_file.h"
 #include "fiofla/io/file_util.h"
+#include "fiofla/io/isodb_file.h"
 #include "fiofla/io/isotherm_file.h"
 #include "fiofla/types.h"
 

@@ -1,5 +1,5 @@
-// Links the installed library, reads the installed example isotherm and checks the BET result,
-// then checks that the installed library finds its own gas tables.
+// Links the installed library, reads an installed example isotherm (any format) and checks
+// the BET result, then checks that the installed library finds its own gas tables.
 #include <fiofla/fiofla.h>
 
 #include <cmath>
@@ -7,11 +7,11 @@
 
 int main(int argc, char** argv) {
   if (argc != 2) {
-    std::fprintf(stderr, "usage: consumer ISOTHERM.csv\n");
+    std::fprintf(stderr, "usage: consumer ISOTHERM\n");
     return 2;
   }
   try {
-    const fiofla::IsothermData iso = fiofla::ReadIsothermCsv(argv[1]);
+    const fiofla::IsothermData iso = fiofla::ReadIsothermFile(argv[1]);
     const CCalcBET bet(fiofla::MakeBETInput(iso.relativePressure, iso.quantityAdsorbedCm3PerGStp,
                                             iso.branch, 0.05, 0.30, 0.162));
     std::printf("BET surface area %.4f m2/g, C %.2f, status %d\n", bet.surfaceArea, bet.cValue,
