@@ -80,4 +80,19 @@ TEST(IsothermFormats, AifRoundTripOfTheExampleIsAFixedPoint) {
   EXPECT_EQ(fiofla::FormatAif(second), text);
 }
 
+TEST(IsothermFormats, AMeasurementFileReducesAndTakesAGivenPo) {
+  const std::string run = ShippedData("examples/n2_77k_run.json");
+  const IsothermData own = fiofla::ReadIsothermFile(run);
+  ASSERT_FALSE(own.pressureMmHg.empty());
+  EXPECT_EQ(own.info.adsorptive, "nitrogen");
+  EXPECT_EQ(own.sourceLine[0], 0u);
+  EXPECT_EQ(own.PointName(2), "point 3");
+  fiofla::IsothermReadOptions p0;
+  p0.poMmHg = 800.0;
+  const IsothermData given = fiofla::ReadIsothermFile(run, p0);
+  EXPECT_REL_CLOSE(given.relativePressure[5], own.pressureMmHg[5] / 800.0, 1e-15);
+  p0.poMmHg = -1.0;
+  EXPECT_THROW(fiofla::ReadIsothermFile(run, p0), fiofla::InputError);
+}
+
 }  // namespace

@@ -2,8 +2,8 @@
 // the choice of reader by format.
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -342,6 +342,14 @@ IsothermData ReadIsothermFile(const std::string& path, const IsothermReadOptions
           ReduceMeasurement(ReadMeasurementFile(path), CacheOf(options.gasCache));
       if (reduced.convertedPoints == 0) Fail(path, "no point has a relative pressure");
       IsothermData iso = reduced.ToIsothermData();
+      // A Po given by the caller replaces the run's own here too.
+      if (std::isfinite(options.poMmHg)) {
+        if (!(options.poMmHg > 0.0))
+          Fail(path, "the Po given (" + Short(options.poMmHg) + " mmHg) is not positive");
+        iso.poMmHg.assign(iso.size(), options.poMmHg);
+        for (std::size_t i = 0; i < iso.size(); ++i)
+          iso.relativePressure[i] = iso.pressureMmHg[i] / options.poMmHg;
+      }
       if (reduced.poStoppedAt)
         iso.notes.push_back(
             "Po is not positive at point " + std::to_string(*reduced.poStoppedAt + 1) +
