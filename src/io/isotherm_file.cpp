@@ -124,32 +124,6 @@ const char* RoleName(Role role) {
   return "other";
 }
 
-// "77.35 K" -> 77.35 and "K"; a bare number leaves the unit empty.
-bool SplitValueUnit(const std::string& text, double* value, std::string* unit) {
-  const std::string t = Trim(text);
-  std::size_t cut = t.find_first_of(" \t");
-  if (cut == std::string::npos) {
-    // "52mg": the unit starts at the first letter that is not an exponent marker.
-    cut = t.size();
-    for (std::size_t i = 0; i < t.size(); ++i) {
-      const char c = t[i];
-      if (std::isalpha(static_cast<unsigned char>(c)) &&
-          !((c == 'e' || c == 'E') && i + 1 < t.size() &&
-            (std::isdigit(static_cast<unsigned char>(t[i + 1])) || t[i + 1] == '-' ||
-             t[i + 1] == '+'))) {
-        cut = i;
-        break;
-      }
-      if (static_cast<unsigned char>(c) >= 0x80) {  // "°C"
-        cut = i;
-        break;
-      }
-    }
-  }
-  *unit = Trim(t.substr(cut));
-  return StringToDouble(Trim(t.substr(0, cut)), value);
-}
-
 // Reads the "# key: value; key: value" items of a comment line that name known keys.
 void ReadCommentItems(const std::string& comment, const std::string& name, std::size_t lineNo,
                       RawIsotherm& raw) {
@@ -175,7 +149,7 @@ void ReadCommentItems(const std::string& comment, const std::string& name, std::
                key == "sample mass") {
       double number = 0.0;
       std::string unit;
-      if (!SplitValueUnit(value, &number, &unit))
+      if (!SplitValueAndUnit(value, &number, &unit))
         Fail(name, lineNo, key + " '" + value + "' is not a number with an optional unit");
       if (key == "temperature") {
         CUnits units = TemperatureUnits();

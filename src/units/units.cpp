@@ -1,9 +1,12 @@
 #include "fiofla/units/units.h"
 
+#include <cctype>
 #include <cmath>
 #include <limits>
 #include <string>
 #include <utility>
+
+#include "fiofla/types.h"
 
 namespace {
 
@@ -278,6 +281,33 @@ CUnits InverseGasAmountUnits() {
 CUnits TemperatureUnits() {
   return CUnits("Temperature", {CUnitsStr("K", "K", 1.0, 0.0, {"kelvin"}),
                                 CUnitsStr("degC", "°C", 1.0, kZeroCelsiusK, {"C", "celsius"})});
+}
+
+bool SplitValueAndUnit(const std::string& text, double* value, std::string* unit) {
+  const auto first = text.find_first_not_of(" \t");
+  const auto last = text.find_last_not_of(" \t");
+  const std::string t =
+      first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
+  std::size_t cut = t.find_first_of(" \t");
+  if (cut == std::string::npos) {
+    // "52mg": the unit starts at the first letter that is not an exponent marker, or at
+    // the first non-ASCII byte ("°C").
+    cut = t.size();
+    for (std::size_t i = 0; i < t.size(); ++i) {
+      const auto c = static_cast<unsigned char>(t[i]);
+      const bool exponent = (c == 'e' || c == 'E') && i + 1 < t.size() &&
+                            (std::isdigit(static_cast<unsigned char>(t[i + 1])) ||
+                             t[i + 1] == '-' || t[i + 1] == '+');
+      if ((std::isalpha(c) && !exponent) || c >= 0x80) {
+        cut = i;
+        break;
+      }
+    }
+  }
+  const std::string rest = t.substr(cut);
+  const auto unitStart = rest.find_first_not_of(" \t");
+  *unit = unitStart == std::string::npos ? std::string() : rest.substr(unitStart);
+  return StringToDouble(t.substr(0, cut), value);
 }
 
 }  // namespace fiofla

@@ -38,23 +38,16 @@ const char* const kInputOptionsHelp =
     "                       give absolute pressures; replaces the file's own Po\n";
 
 double ParsePressure(const std::string& text, const std::string& option) {
-  std::size_t cut = 0;
-  while (cut < text.size() && (std::isdigit(static_cast<unsigned char>(text[cut])) ||
-                               text[cut] == '.' || text[cut] == '+' || text[cut] == '-' ||
-                               ((text[cut] == 'e' || text[cut] == 'E') && cut + 1 < text.size() &&
-                                !std::isalpha(static_cast<unsigned char>(text[cut + 1])))))
-    ++cut;
-  const auto value = ToDouble(text.substr(0, cut));
-  std::string unit = text.substr(cut);
-  unit.erase(0, unit.find_first_not_of(' '));
-  if (!value || !(*value > 0.0))
+  double value = 0.0;
+  std::string unit;
+  if (!SplitValueAndUnit(text, &value, &unit) || !(value > 0.0))
     throw UsageError{option + " '" + text + "' is not a positive pressure with a unit"};
   if (unit.empty())
     throw UsageError{option + " '" + text + "' has no unit; write e.g. 101.325kPa or '760 mmHg'"};
   const CUnits units = PressureUnits();
   const int index = units.Find(CStr(unit));
   if (index < 0) throw UsageError{option + ": unknown pressure unit '" + unit + "'"};
-  return units.ToInternal(*value, static_cast<std::size_t>(index));
+  return units.ToInternal(value, static_cast<std::size_t>(index));
 }
 
 bool ArgReader::Next() {

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -201,5 +202,9 @@ CUnits PressureUnits();
 CUnits InverseGasAmountUnits();
 /// Temperature: K (internal) and °C.
 CUnits TemperatureUnits();
+
+/// Splits a quantity as people write it, "77.35 K", "52mg" or "1e5 Pa", into its number and
+/// unit text (empty for a bare number); false when the number part is not a finite number.
+bool SplitValueAndUnit(const std::string& text, double* value, std::string* unit);
 
 }  // namespace fiofla
