@@ -41,6 +41,10 @@ test-consumer: build
 	  $$(PKG_CONFIG_PATH=$(STAGE)/lib/pkgconfig pkg-config --cflags --libs fiofla) \
 	  -Wl,-rpath,$(STAGE)/lib
 	env -u FIOFLA_GAS_DIR $(BUILD)/consumer/pkgconfig_consumer $(STAGE)/share/fiofla/examples/n2_77k_silica.csv
+	# A moved prefix still works: the tool's run path and the gas-table lookup are relative.
+	rm -rf $(BUILD)/moved-prefix && cp -a $(STAGE) $(BUILD)/moved-prefix
+	env -u LD_LIBRARY_PATH -u FIOFLA_GAS_DIR $(BUILD)/moved-prefix/bin/fiofla report \
+	  $(BUILD)/moved-prefix/share/fiofla/examples/n2_77k_run.json -o $(BUILD)/moved-prefix/report.html
 
 test-sanitize: deps
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DFIOFLA_SANITIZE=ON -DFIOFLA_BUILD_BENCH=OFF

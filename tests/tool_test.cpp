@@ -13,6 +13,7 @@
 #include "fiofla/compress.h"
 #include "fiofla/datagasadsorption.h"
 #include "fiofla/io/isotherm_file.h"
+#include "result.h"
 #include "test_util.h"
 
 namespace {
@@ -83,7 +84,7 @@ TEST(ToolBet, BadArgumentsAndFilesGiveOneLineErrors) {
       {{"bet", kExample, "--frobnicate"},
        fiofla::cli::kExitUsageError,
        "unknown option '--frobnicate'"},
-      {{"bet", kExample, kExample}, fiofla::cli::kExitUsageError, "more than one FILE"},
+      {{"bet", kExample, kExample}, fiofla::cli::kExitUsageError, "more than one FILE given"},
       {{"bogus"}, fiofla::cli::kExitUsageError, "unknown command 'bogus'"},
       {{"bet", "/no/such.csv"}, fiofla::cli::kExitInputError, "/no/such.csv: cannot open"},
       {{"bet", fiofla::test::TestData("bad/non_numeric.csv")},
@@ -471,3 +472,95 @@ TEST(ToolFiles, BetListsThePointsItCannotUse) {
 }
 
 }  // namespace
+
+TEST(ToolResult, TextAndJsonCarryTheSameContent) {
+  fiofla::cli::Result r("Title line");
+  r.Add("area_m2_per_g", "Area", 412.23671, "m2/g", fiofla::cli::Dec(2))
+      .Error("area_error_m2_per_g", 0.5)
+      .Add("missing", "Missing", std::nan(""))
+      .Add("", "Text only", std::string("shown"))
+      .Begin("nested", "Nested:")
+      .Add("count", "Count", 3LL)
+      .End();
+  auto& t = r.AddTable("rows", "Rows", {{"x", "x", 8, {}}, {"line", "", 0, {}}});
+  t.Row({1.5, 7LL});
+  t.Row({2.5, fiofla::cli::Value()});
+
+  std::ostringstream text, json;
+  r.Print(text, false);
+  r.Print(json, true);
+  EXPECT_NE(text.str().find("Area                412.24 +/- 0.5 m2/g"), std::string::npos)
+      << text.str();
+  EXPECT_NE(text.str().find("Missing             n/a"), std::string::npos);
+  EXPECT_NE(text.str().find("    Count               3"), std::string::npos) << text.str();
+
+  rapidjson::Document doc;
+  doc.Parse(json.str().c_str());
+  ASSERT_FALSE(doc.HasParseError()) << json.str();
+  EXPECT_DOUBLE_EQ(doc["area_m2_per_g"].GetDouble(), 412.23671);  // full precision in JSON
+  EXPECT_DOUBLE_EQ(doc["area_error_m2_per_g"].GetDouble(), 0.5);
+  EXPECT_TRUE(doc["missing"].IsNull());
+  EXPECT_FALSE(doc.HasMember(""));
+  EXPECT_EQ(doc["nested"]["count"].GetInt(), 3);
+  ASSERT_EQ(doc["rows"].Size(), 2u);
+  EXPECT_EQ(doc["rows"][0]["line"].GetInt(), 7);
+  EXPECT_FALSE(doc["rows"][1].HasMember("line"));  // nothing is left out, not written as null
+}
+
+TEST(ToolAnswers, NoWindowPrintsTheExplanationOnly) {
+  const auto text = RunTool({"bet", kExample, "--auto", "--min-points", "200"});
+  EXPECT_EQ(text.code, fiofla::cli::kExitNoResult);
+  EXPECT_NE(text.out.find("Automatic range"), std::string::npos) << text.out;
+  EXPECT_EQ(text.out.find("Surface area"), std::string::npos) << text.out;
+  EXPECT_EQ(text.out.find("Points used"), std::string::npos);
+  const auto json = RunTool({"bet", kExample, "--auto", "--min-points", "200", "--json"});
+  rapidjson::Document doc;
+  doc.Parse(json.out.c_str());
+  ASSERT_FALSE(doc.HasParseError());
+  EXPECT_FALSE(doc["auto_range"]["found"].GetBool());
+  EXPECT_FALSE(doc.HasMember("surface_area_m2_per_g"));
+
+  // Every command's help names every option it takes; bet's includes --tolerance.
+  const auto help = RunTool({"bet", "--help"});
+  for (const char* option : {"--range", "--auto", "--min-points", "--min-r2", "--tolerance",
+                             "--cross-section", "--format", "--p0", "--json"})
+    EXPECT_NE(help.out.find(option), std::string::npos) << option;
+}
+
+TEST(ToolAnswers, TPlotSaysWhatItsRangeMeansAndWhichPointsItFitted) {
+  const auto nm = RunTool({"tplot", kExample, "--t-range", "0.35:0.5"});
+  EXPECT_EQ(nm.code, fiofla::cli::kExitNoResult);
+  EXPECT_NE(nm.err.find("the range is in Å"), std::string::npos) << nm.err;
+  EXPECT_NE(nm.err.find("the adsorption points cover t = "), std::string::npos) << nm.err;
+  EXPECT_NE(nm.err.find("in nm needs multiplying by 10"), std::string::npos) << nm.err;
+
+  const auto json = RunTool({"tplot", kExample, "--json"});
+  ASSERT_EQ(json.code, 0) << json.err;
+  rapidjson::Document doc;
+  doc.Parse(json.out.c_str());
+  ASSERT_FALSE(doc.HasParseError());
+  std::size_t fitted = 0;
+  for (const auto& p : doc["points"].GetArray()) {
+    const double t = p["thickness_angstrom"].GetDouble();
+    EXPECT_EQ(p["fitted"].GetBool(), t >= 3.5 && t <= 5.0) << t;
+    fitted += p["fitted"].GetBool();
+  }
+  EXPECT_GE(fitted, 2u);
+}
+
+TEST(ToolAnswers, ReportPagesFollowTheUsersPoreOptions) {
+  const auto plain = RunTool({"report", kExample});
+  ASSERT_EQ(plain.code, 0) << plain.err;
+  EXPECT_NE(plain.out.find("classical method, Harkins and Jura"), std::string::npos);
+  const auto chosen = RunTool({"report", kExample, "--method", "kjs", "--branch", "adsorption",
+                               "--t-range", "4:6", "--diameter-range", "20:500"});
+  ASSERT_EQ(chosen.code, 0) << chosen.err;
+  EXPECT_NE(chosen.out.find("adsorption branch, kjs method, Kruk-Jaroniec-Sayari"),
+            std::string::npos)
+      << chosen.out;
+  EXPECT_EQ(chosen.out.find("classical method"), std::string::npos);
+  EXPECT_NE(chosen.out, plain.out);
+  const auto bad = RunTool({"report", kExample, "--thickness", "nonsense"});
+  EXPECT_EQ(bad.code, fiofla::cli::kExitUsageError);
+  EXPECT_NE(bad.err.find("--thickness 'nonsense' is not"), std::string::npos) << bad.err;
+}

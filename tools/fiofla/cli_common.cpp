@@ -3,11 +3,24 @@
 #include <cctype>
 #include <cmath>
 #include <cstdio>
+#include <tuple>
 
 #include "fiofla/measurement.h"
 #include "fiofla/types.h"
 
 namespace fiofla::cli {
+namespace {
+
+// The input formats by name, for help and messages.
+std::string FormatNames() {
+  std::string names;
+  for (IsothermFormat f : {IsothermFormat::kAuto, IsothermFormat::kCsv, IsothermFormat::kAif,
+                           IsothermFormat::kIsodb, IsothermFormat::kMeasurement})
+    names += (names.empty() ? "" : ", ") + std::string(FormatName(f));
+  return names;
+}
+
+}  // namespace
 
 IsothermData LoadIsotherm(const std::string& path, const IsothermReadOptions& options,
                           std::ostream& err) {
@@ -16,26 +29,47 @@ IsothermData LoadIsotherm(const std::string& path, const IsothermReadOptions& op
   return iso;
 }
 
-bool ReadInputOption(ArgReader& reader, IsothermReadOptions& options) {
-  const std::string& arg = reader.Arg();
-  if (arg == "--format") {
-    const std::string v = reader.Value();
-    if (!FormatFromName(v, &options.format))
-      throw UsageError{"--format '" + v + "' is not one of auto, csv, aif, isodb, measurement"};
-  } else if (arg == "--p0") {
-    const std::string v = reader.Value();
-    options.poMmHg = ParsePressure(v, "--p0");
-  } else {
-    return false;
-  }
-  return true;
+void AddInputOptions(CLI::App* cmd, IsothermReadOptions& options,
+                     std::function<bool(const std::string&)> otherFormat) {
+  cmd->add_option_function<std::string>(
+         "--format",
+         [&options, otherFormat](const std::string& v) {
+           if (otherFormat && otherFormat(v)) return;
+           if (!FormatFromName(v, &options.format))
+             throw UsageError{"--format '" + v + "' is not one of " + FormatNames()};
+         },
+         "read FILE in this format: " + FormatNames() + " (default: auto, found from the content)")
+      ->type_name("F");
+  cmd->add_option_function<std::string>(
+         "--p0", [&options](const std::string& v) { options.poMmHg = ParsePressure(v, "--p0"); },
+         "Po with its unit (e.g. 101.325kPa, '760 mmHg') for files that give absolute\n"
+         "pressures; replaces the file's own Po")
+      ->type_name("P");
 }
 
-const char* const kInputOptionsHelp =
-    "  --format F           read FILE as csv, aif, isodb or measurement (default: by\n"
-    "                       extension; .json files by content)\n"
-    "  --p0 P               Po with its unit (e.g. 101.325kPa, '760 mmHg'), for files that\n"
-    "                       give absolute pressures; replaces the file's own Po\n";
+void AddFileOperand(CLI::App* cmd, std::string& file) {
+  cmd->add_option("FILE", file,
+                  "isotherm: CSV with units in its header, AIF, NIST ISODB JSON, pyGAPS JSON or\n"
+                  "CSV, or a fiofla measurement file (reduced first)");
+}
+
+std::pair<double, double> ParseRange(const std::string& option, const std::string& v, double most) {
+  const auto colon = v.find(':');
+  const auto lo = colon == std::string::npos ? std::nullopt : ToDouble(v.substr(0, colon));
+  const auto hi = colon == std::string::npos ? std::nullopt : ToDouble(v.substr(colon + 1));
+  if (!lo || !hi) throw UsageError{option + " '" + v + "' is not LO:HI (two numbers)"};
+  if (!(*lo >= 0.0) || !(*lo < *hi) || !(*hi <= most))
+    throw UsageError{option + " '" + v + "' must satisfy 0 <= LO < HI" +
+                     (std::isfinite(most) ? " <= " + Num(most) : std::string())};
+  return {*lo, *hi};
+}
+
+double ParsePositive(const std::string& option, const std::string& v) {
+  const auto x = ToDouble(v);
+  if (!x || !std::isfinite(*x) || !(*x > 0.0))
+    throw UsageError{option + " '" + v + "' is not a positive number"};
+  return *x;
+}
 
 double ParsePressure(const std::string& text, const std::string& option) {
   double value = 0.0;
@@ -48,34 +82,6 @@ double ParsePressure(const std::string& text, const std::string& option) {
   const int index = units.Find(CStr(unit));
   if (index < 0) throw UsageError{option + ": unknown pressure unit '" + unit + "'"};
   return units.ToInternal(value, static_cast<std::size_t>(index));
-}
-
-bool ArgReader::Next() {
-  if (m_next >= m_args.size()) return false;
-  m_arg = m_args[m_next++];
-  m_hasInline = false;
-  m_inlineValue.clear();
-  if (m_arg.rfind("--", 0) == 0) {
-    const auto eq = m_arg.find('=');
-    if (eq != std::string::npos) {
-      m_inlineValue = m_arg.substr(eq + 1);
-      m_arg.resize(eq);
-      m_hasInline = true;
-    }
-  }
-  return true;
-}
-
-std::string ArgReader::Value() {
-  if (m_hasInline) return m_inlineValue;
-  if (m_next >= m_args.size()) throw UsageError{m_arg + " needs a value"};
-  return m_args[m_next++];
-}
-
-std::optional<std::string> ArgReader::Peek() const {
-  if (m_hasInline) return m_inlineValue;
-  if (m_next >= m_args.size()) return std::nullopt;
-  return m_args[m_next];
 }
 
 std::optional<double> ToDouble(const std::string& text) {
@@ -98,57 +104,58 @@ std::string Fixed(double value, int decimals) {
   return buf;
 }
 
-const char* const kBetOptionsHelp =
-    "  --range LO:HI        BET range of relative pressure (default 0.05:0.30)\n"
-    "  --auto               choose the range by the four consistency criteria: Q(1-P/Po)\n"
-    "                       rising, C > 0, the P/Po of Qm inside the range and within\n"
-    "                       the tolerance of 1/(sqrt C + 1); the passing window that ends\n"
-    "                       at the highest pressure wins\n"
-    "  --min-points N       smallest window of --auto (default 10)\n"
-    "  --min-r2 R           smallest squared correlation of --auto (default 0.995)\n"
-    "  --tolerance T        relative tolerance of the monolayer check (default 0.20)\n"
-    "  --cross-section NM2  molecular cross-sectional area in nm2 (default 0.162, nitrogen)\n";
-
-bool ReadBetOption(ArgReader& reader, BetSettings& settings) {
-  const std::string& arg = reader.Arg();
-  if (arg == "--range") {
-    const std::string v = reader.Value();
-    const auto colon = v.find(':');
-    const auto lo = colon == std::string::npos ? std::nullopt : ToDouble(v.substr(0, colon));
-    const auto hi = colon == std::string::npos ? std::nullopt : ToDouble(v.substr(colon + 1));
-    if (!lo || !hi) throw UsageError{"--range '" + v + "' is not LO:HI (e.g. 0.05:0.30)"};
-    if (*lo < 0.0 || *hi > 1.0 || *lo >= *hi)
-      throw UsageError{"--range '" + v + "' must satisfy 0 <= LO < HI <= 1"};
-    settings.rangeLow = *lo;
-    settings.rangeHigh = *hi;
-  } else if (arg == "--auto") {
-    settings.autoRange = true;
-  } else if (arg == "--min-points") {
-    const std::string v = reader.Value();
-    const auto n = ToDouble(v);
-    if (!n || *n < 3 || *n != std::floor(*n) || *n > 1e6)
-      throw UsageError{"--min-points '" + v + "' is not a whole number of points >= 3"};
-    settings.autoOptions.minPoints = static_cast<std::size_t>(*n);
-  } else if (arg == "--min-r2") {
-    const std::string v = reader.Value();
-    const auto r = ToDouble(v);
-    if (!r || *r < 0.0 || *r > 1.0) throw UsageError{"--min-r2 '" + v + "' is not in [0, 1]"};
-    settings.autoOptions.minRSquared = *r;
-  } else if (arg == "--tolerance") {
-    const std::string v = reader.Value();
-    const auto t = ToDouble(v);
-    if (!t || *t <= 0.0) throw UsageError{"--tolerance '" + v + "' is not a positive fraction"};
-    settings.autoOptions.monolayerTolerance = *t;
-  } else if (arg == "--cross-section") {
-    const std::string v = reader.Value();
-    const auto a = ToDouble(v);
-    if (!a || *a <= 0.0)
-      throw UsageError{"--cross-section '" + v + "' is not a positive area in nm2"};
-    settings.crossSectionNm2 = *a;
-  } else {
-    return false;
-  }
-  return true;
+void AddBetOptions(CLI::App* cmd, BetSettings& s) {
+  cmd->add_option_function<std::string>(
+         "--range",
+         [&s](const std::string& v) {
+           std::tie(s.rangeLow, s.rangeHigh) = ParseRange("--range", v, 1.0);
+         },
+         "BET range of relative pressure (default 0.05:0.30)")
+      ->type_name("LO:HI");
+  cmd->add_flag("--auto", s.autoRange,
+                "choose the range by the four consistency criteria: Q(1-P/Po) rising,\n"
+                "C > 0, the P/Po of Qm inside the range and within the tolerance of\n"
+                "1/(sqrt C + 1); the passing window that ends highest wins");
+  cmd->add_option_function<std::string>(
+         "--min-points",
+         [&s](const std::string& v) {
+           const auto n = ToDouble(v);
+           if (!n || *n < 3 || *n != std::floor(*n) || *n > 1e6)
+             throw UsageError{"--min-points '" + v + "' is not a whole number of points >= 3"};
+           s.autoOptions.minPoints = static_cast<std::size_t>(*n);
+         },
+         "smallest window of --auto (default 10)")
+      ->type_name("N");
+  cmd->add_option_function<std::string>(
+         "--min-r2",
+         [&s](const std::string& v) {
+           const auto r = ToDouble(v);
+           if (!r || *r < 0.0 || *r > 1.0)
+             throw UsageError{"--min-r2 '" + v + "' is not in [0, 1]"};
+           s.autoOptions.minRSquared = *r;
+         },
+         "smallest squared correlation of --auto (default 0.995)")
+      ->type_name("R");
+  cmd->add_option_function<std::string>(
+         "--tolerance",
+         [&s](const std::string& v) {
+           const auto t = ToDouble(v);
+           if (!t || !(*t > 0.0))
+             throw UsageError{"--tolerance '" + v + "' is not a positive fraction"};
+           s.autoOptions.monolayerTolerance = *t;
+         },
+         "relative tolerance of the monolayer check of --auto (default 0.20)")
+      ->type_name("T");
+  cmd->add_option_function<std::string>(
+         "--cross-section",
+         [&s](const std::string& v) {
+           const auto a = ToDouble(v);
+           if (!a || !(*a > 0.0))
+             throw UsageError{"--cross-section '" + v + "' is not a positive area in nm2"};
+           s.crossSectionNm2 = *a;
+         },
+         "molecular cross-sectional area, nm2 (default 0.162, nitrogen)")
+      ->type_name("NM2");
 }
 
 BetRun RunBetOn(const IsothermData& iso, const BetSettings& settings) {

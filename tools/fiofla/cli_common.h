@@ -1,48 +1,23 @@
-// Pieces shared by the tool's commands: argument reading, number printing, JSON helpers and
-// the BET calculation as the commands run it (fixed or automatic range).
+// Pieces shared by the tool's commands: the shared options, number printing, JSON helpers
+// and the BET calculation as the commands run it (fixed or automatic range).
 #pragma once
 
 #include <rapidjson/ostreamwrapper.h>
 #include <rapidjson/prettywriter.h>
 
+#include <CLI/CLI.hpp>
+#include <cmath>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "app.h"
 #include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"
 #include "fiofla/io/isotherm_file.h"
 
 namespace fiofla::cli {
-
-/// A bad command line; the message says which argument and why.
-struct UsageError {
-  std::string message;
-};
-
-/// Walks a command's arguments; "--name=value" and "--name value" are both accepted.
-class ArgReader {
- public:
-  explicit ArgReader(const std::vector<std::string>& args) : m_args(args) {}
-  /// Moves to the next argument; false at the end.
-  bool Next();
-  /// The current argument (for "--name=value", the "--name" part).
-  const std::string& Arg() const { return m_arg; }
-  /// True when the current argument is an option rather than a file name.
-  bool IsOption() const { return m_arg.size() > 1 && m_arg[0] == '-'; }
-  /// The value of the current option; throws UsageError when there is none.
-  std::string Value();
-  /// What Value() would return, without taking it; nothing when there is none.
-  std::optional<std::string> Peek() const;
-
- private:
-  const std::vector<std::string>& m_args;
-  std::size_t m_next = 0;
-  std::string m_arg;
-  std::string m_inlineValue;
-  bool m_hasInline = false;
-};
 
 /// The number in `text`, or nothing.
 std::optional<double> ToDouble(const std::string& text);
@@ -60,10 +35,9 @@ struct BetSettings {
   double crossSectionNm2 = 0.162;  ///< molecular cross-sectional area, nm^2
 };
 
-/// Reads a BET option shared by the commands; false when `reader` is at none of them.
-bool ReadBetOption(ArgReader& reader, BetSettings& settings);
-/// Help lines of the shared BET options.
-extern const char* const kBetOptionsHelp;
+/// Declares the BET options shared by the commands (--range, --auto and its settings,
+/// --cross-section) on `cmd`.
+void AddBetOptions(CLI::App* cmd, BetSettings& settings);
 
 /// One BET calculation on one isotherm, as the commands report it.
 struct BetRun {
@@ -83,11 +57,18 @@ struct BetRun {
 /// came from, a run's early stop) go to `err`. Throws InputError.
 IsothermData LoadIsotherm(const std::string& path, const IsothermReadOptions& options,
                           std::ostream& err);
-/// Reads an input option shared by the commands (--format, --p0); false when `reader` is
-/// at neither.
-bool ReadInputOption(ArgReader& reader, IsothermReadOptions& options);
-/// Help lines of the shared input options.
-extern const char* const kInputOptionsHelp;
+/// Declares the options of reading an isotherm (--format, --p0, ...) on `cmd`. A --format
+/// value that `otherFormat` takes (returns true for) is not an input format.
+void AddInputOptions(CLI::App* cmd, IsothermReadOptions& options,
+                     std::function<bool(const std::string&)> otherFormat = {});
+/// Declares the isotherm FILE operand of `cmd`.
+void AddFileOperand(CLI::App* cmd, std::string& file);
+/// LO:HI as two numbers with 0 <= LO < HI (and HI <= `most`); throws UsageError naming
+/// `option`.
+std::pair<double, double> ParseRange(const std::string& option, const std::string& text,
+                                     double most = HUGE_VAL);
+/// A positive finite number; throws UsageError naming `option`.
+double ParsePositive(const std::string& option, const std::string& text);
 /// A pressure with its unit ("101.325kPa", "760 mmHg") in mmHg; throws UsageError naming
 /// `option` when it has no unit, an unknown one or is not positive.
 double ParsePressure(const std::string& text, const std::string& option);
@@ -106,22 +87,5 @@ using JsonWriter = rapidjson::PrettyWriter<rapidjson::OStreamWrapper>;
 void JsonNumber(JsonWriter& w, double value);
 /// Writes "key": number.
 void JsonKeyNumber(JsonWriter& w, const char* key, double value);
-
-/// Runs `fiofla bet`.
-int RunBet(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-/// Runs `fiofla report`.
-int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-/// Runs `fiofla reduce`.
-int RunReduce(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-/// Runs `fiofla simulate`.
-int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-/// Runs `fiofla tplot`.
-int RunTPlot(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-/// Runs `fiofla bjh`.
-int RunBjh(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-/// Runs `fiofla convert`.
-int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-/// Runs `fiofla gas`.
-int RunGas(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 }  // namespace fiofla::cli

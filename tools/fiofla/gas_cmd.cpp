@@ -5,49 +5,16 @@
 #include <fstream>
 #include <sstream>
 
+#include "app.h"
 #include "cli.h"
 #include "cli_common.h"
 #include "fiofla/compress.h"
 #include "fiofla/gas_table_builder.h"
 #include "fiofla/io/file_util.h"
+#include "result.h"
 
 namespace fiofla::cli {
 namespace {
-
-constexpr const char* kGasHelp =
-    "usage: fiofla gas <subcommand> [--gas-dir DIR] [--json]\n"
-    "\n"
-    "Gas tables (GAS.fpi files: compressibility factor over pressure x temperature, and the\n"
-    "saturation, sublimation, surface tension and liquid volume curves). GAS is a name\n"
-    "looked up in the gas directory, or a path to a .fpi file.\n"
-    "\n"
-    "subcommands:\n"
-    "  list                         the gas tables in the gas directory\n"
-    "  show GAS                     constants, grid extents and saturation points\n"
-    "  z GAS --p P --t T            compressibility factor Z at P mmHg and T K; a point\n"
-    "                               condensed by less than 5 K is taken on the saturation\n"
-    "                               line, and the temperature used is printed\n"
-    "  psat GAS --t T [--sublimation]\n"
-    "                               saturation (or sublimation) pressure at T K, mmHg\n"
-    "  tsat GAS --p P [--sublimation]\n"
-    "                               saturation temperature at P mmHg, K; --sublimation\n"
-    "                               uses the sublimation curve where the table has one\n"
-    "  convert IN OUT               a binary table stream to a JSON gas file, or a JSON gas\n"
-    "                               file to a binary stream (the direction follows IN)\n"
-    "  build [GAS...] --out-dir DIR [--eos-dir DIR]\n"
-    "                               generate the tables of the shipped gases (all, or those\n"
-    "                               named) from their reference equations of state; the\n"
-    "                               coefficient files are read from --eos-dir (default: the\n"
-    "                               eos folder beside the gas directory)\n"
-    "\n"
-    "options:\n"
-    "  --gas-dir DIR   where gas tables are looked up (default: $FIOFLA_GAS_DIR, else the\n"
-    "                  tables installed with fiofla)\n"
-    "  --json          print the result as JSON\n"
-    "\n"
-    "Pressures are in the unit of the table, mmHg for the tables fiofla ships.\n"
-    "exit codes: 0 ok, 1 gas table missing or unreadable, 2 bad arguments,\n"
-    "            3 no value (no gas phase, outside the table, above the critical point)\n";
 
 struct GasOptions {
   std::string sub;
@@ -59,84 +26,7 @@ struct GasOptions {
   std::optional<double> temperature;
   bool sublimation = false;
   bool json = false;
-  bool help = false;
 };
-
-double PositiveNumber(const std::string& option, const std::string& text) {
-  const auto value = ToDouble(text);
-  if (!value || !std::isfinite(*value) || *value <= 0.0)
-    throw UsageError{option + " '" + text + "' is not a positive number"};
-  return *value;
-}
-
-GasOptions ParseGasArgs(const std::vector<std::string>& args) {
-  GasOptions opt;
-  ArgReader reader(args);
-  while (reader.Next()) {
-    const std::string& arg = reader.Arg();
-    if (arg == "--help" || arg == "-h") {
-      opt.help = true;
-    } else if (arg == "--json") {
-      opt.json = true;
-    } else if (arg == "--sublimation") {
-      opt.sublimation = true;
-    } else if (arg == "--gas-dir") {
-      opt.gasDir = reader.Value();
-      if (opt.gasDir.empty()) throw UsageError{"--gas-dir needs a folder"};
-    } else if (arg == "--eos-dir") {
-      opt.eosDir = reader.Value();
-    } else if (arg == "--out-dir") {
-      opt.outDir = reader.Value();
-    } else if (arg == "--p") {
-      opt.pressure = PositiveNumber(arg, reader.Value());
-    } else if (arg == "--t") {
-      opt.temperature = PositiveNumber(arg, reader.Value());
-    } else if (reader.IsOption()) {
-      throw UsageError{"unknown option '" + arg + "'"};
-    } else if (opt.sub.empty()) {
-      opt.sub = arg;
-    } else {
-      opt.names.push_back(arg);
-    }
-  }
-  if (opt.help) return opt;
-  struct Shape {
-    const char* name;
-    std::size_t operands;
-    bool pressure, temperature;
-    const char* usage;
-  };
-  static const Shape kShapes[] = {
-      {"list", 0, false, false, "list"},          {"show", 1, false, false, "show GAS"},
-      {"z", 1, true, true, "z GAS --p P --t T"},  {"psat", 1, false, true, "psat GAS --t T"},
-      {"tsat", 1, true, false, "tsat GAS --p P"}, {"convert", 2, false, false, "convert IN OUT"},
-  };
-  if (opt.sub.empty())
-    throw UsageError{"no subcommand given (list, show, z, psat, tsat, convert, build)"};
-  if ((!opt.eosDir.empty() || !opt.outDir.empty()) && opt.sub != "build")
-    throw UsageError{"--eos-dir and --out-dir apply to 'build' only"};
-  if (opt.sub == "build") {
-    if (opt.outDir.empty()) throw UsageError{"build needs --out-dir DIR"};
-    if (opt.pressure || opt.temperature || opt.sublimation)
-      throw UsageError{"--p, --t and --sublimation do not apply to 'build'"};
-    return opt;
-  }
-  const Shape* shape = nullptr;
-  for (const Shape& s : kShapes)
-    if (opt.sub == s.name) shape = &s;
-  if (shape == nullptr) throw UsageError{"unknown subcommand '" + opt.sub + "'"};
-  if (opt.names.size() != shape->operands)
-    throw UsageError{std::string("usage: fiofla gas ") + shape->usage};
-  if (shape->pressure != opt.pressure.has_value())
-    throw UsageError{shape->pressure ? std::string("--p P (mmHg) is needed")
-                                     : "--p does not apply to '" + opt.sub + "'"};
-  if (shape->temperature != opt.temperature.has_value())
-    throw UsageError{shape->temperature ? std::string("--t T (K) is needed")
-                                        : "--t does not apply to '" + opt.sub + "'"};
-  if (opt.sublimation && opt.sub != "psat" && opt.sub != "tsat")
-    throw UsageError{"--sublimation applies to psat and tsat only"};
-  return opt;
-}
 
 bool LooksLikePath(const std::string& name) {
   return name.find('/') != std::string::npos ||
@@ -370,25 +260,17 @@ int Query(const GasOptions& opt, std::ostream& out, std::ostream& err) {
     err << "fiofla gas " << opt.sub << ": " << reason << "\n";
     return kExitNoResult;
   }
-  if (opt.json) {
-    rapidjson::OStreamWrapper os(out);
-    JsonWriter w(os);
-    w.StartObject();
-    w.Key("gas");
-    w.String(source.c_str());
-    if (opt.pressure) JsonKeyNumber(w, "pressure_mmhg", *opt.pressure);
-    if (opt.temperature) JsonKeyNumber(w, "temperature_k", *opt.temperature);
-    JsonKeyNumber(w, key.c_str(), value);
-    if (opt.sub == "z") JsonKeyNumber(w, "effective_temperature_k", effective);
-    if (opt.sub != "z") {
-      w.Key("sublimation");
-      w.Bool(opt.sublimation);
-    }
-    w.EndObject();
-    out << "\n";
-  } else {
-    out << text << "\n";
-  }
+  Result r;
+  r.Add("gas", "", source);
+  if (opt.pressure) r.Add("pressure_mmhg", "", *opt.pressure);
+  if (opt.temperature) r.Add("temperature_k", "", *opt.temperature);
+  r.Add(key, "", value);
+  if (opt.sub == "z")
+    r.Add("effective_temperature_k", "", effective);
+  else
+    r.Add("sublimation", "", opt.sublimation);
+  r.Text(text);
+  r.Print(out, opt.json);
   return kExitOk;
 }
 
@@ -501,30 +383,102 @@ int Build(const GasOptions& opt, std::ostream& out, std::ostream& err) {
   return kExitOk;
 }
 
+// Runs one gas subcommand; a missing or unreadable table is an input error.
+int RunGasCommand(const GasOptions& opt, Streams& io) {
+  try {
+    if (opt.sub == "list") return List(opt, io.out, io.err);
+    if (opt.sub == "show") return Show(opt, io.out);
+    if (opt.sub == "convert") return Convert(opt, io.out, io.err);
+    if (opt.sub == "build") return Build(opt, io.out, io.err);
+    return Query(opt, io.out, io.err);
+  } catch (const std::runtime_error& e) {
+    throw InputError(e.what());
+  }
+}
+
 }  // namespace
 
-int RunGas(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-  GasOptions opt;
-  try {
-    opt = ParseGasArgs(args);
-  } catch (const UsageError& e) {
-    err << "fiofla gas: " << e.message << "\n"
-        << "try 'fiofla gas --help'\n";
-    return kExitUsageError;
-  }
-  if (opt.help) {
-    out << kGasHelp;
-    return kExitOk;
-  }
-  try {
-    if (opt.sub == "list") return List(opt, out, err);
-    if (opt.sub == "show") return Show(opt, out);
-    if (opt.sub == "convert") return Convert(opt, out, err);
-    if (opt.sub == "build") return Build(opt, out, err);
-    return Query(opt, out, err);
-  } catch (const std::runtime_error& e) {
-    err << "fiofla gas " << opt.sub << ": " << e.what() << "\n";
-    return kExitInputError;
+void AddGasCommand(CLI::App& app, Commands& commands) {
+  CLI::App* gas = AddCommand(
+      app, "gas", "gas tables: list, show, Z, saturation pressure and temperature, convert",
+      "Gas tables (GAS.fpi files: compressibility factor over pressure x temperature, and the\n"
+      "saturation, sublimation, surface tension and liquid volume curves). GAS is a name\n"
+      "looked up in the gas directory (N2, nitrogen, CO2, 'carbon dioxide', Ar, H2, CH4, Kr,\n"
+      "O2 ...), or a path to a .fpi file. Pressures are in the unit of the table, mmHg for\n"
+      "the tables fiofla ships.\n",
+      "exit codes: 0 ok, 1 gas table missing or unreadable, 2 bad arguments,\n"
+      "            3 no value (no gas phase, outside the table, above the critical point)\n");
+  gas->require_subcommand(0, 1);
+  commands.Add(gas, [](Streams&) -> int {
+    throw UsageError{"no subcommand given (list, show, z, psat, tsat, convert, build)"};
+  });
+  struct Shape {
+    const char* name;
+    const char* summary;
+    const char* operands;  // help of the operands; null for none
+    std::size_t count;     // operands needed (0: any number)
+    bool pressure, temperature, sublimation;
+  };
+  static const Shape kShapes[] = {
+      {"list", "the gas tables in the gas directory", nullptr, 0, false, false, false},
+      {"show", "constants, grid extents and saturation points", "GAS", 1, false, false, false},
+      {"z",
+       "compressibility factor Z at P mmHg and T K; a point condensed by less than 5 K\n"
+       "is taken on the saturation line, and the temperature used is printed",
+       "GAS", 1, true, true, false},
+      {"psat", "saturation (or sublimation) pressure at T K, mmHg", "GAS", 1, false, true, true},
+      {"tsat", "saturation (or sublimation) temperature at P mmHg, K", "GAS", 1, true, false, true},
+      {"convert",
+       "a binary table stream to a JSON gas file, or a JSON gas file to a binary stream\n"
+       "(the direction follows IN)",
+       "IN OUT", 2, false, false, false},
+      {"build",
+       "generate the tables of the shipped gases (all, or those named) from their\n"
+       "reference equations of state",
+       "GAS...", 0, false, false, false},
+  };
+  for (const Shape& shape : kShapes) {
+    auto opt = std::make_shared<GasOptions>();
+    opt->sub = shape.name;
+    CLI::App* cmd = AddCommand(*gas, shape.name, shape.summary, "", "");
+    if (shape.operands != nullptr)
+      cmd->add_option(shape.operands[0] == 'G' && shape.count == 1 ? "GAS" : "OPERANDS", opt->names,
+                      shape.operands);
+    if (shape.pressure)
+      cmd->add_option_function<std::string>(
+             "--p", [opt](const std::string& v) { opt->pressure = ParsePositive("--p", v); },
+             "pressure, mmHg")
+          ->type_name("P");
+    if (shape.temperature)
+      cmd->add_option_function<std::string>(
+             "--t", [opt](const std::string& v) { opt->temperature = ParsePositive("--t", v); },
+             "temperature, K")
+          ->type_name("T");
+    if (shape.sublimation)
+      cmd->add_flag("--sublimation", opt->sublimation,
+                    "use the sublimation curve where the table has one");
+    if (std::string(shape.name) == "build") {
+      cmd->add_option("--out-dir", opt->outDir, "where the tables are written (needed)")
+          ->type_name("DIR");
+      cmd->add_option("--eos-dir", opt->eosDir,
+                      "coefficient files (default: the eos folder beside the gas directory)")
+          ->type_name("DIR");
+    }
+    cmd->add_option("--gas-dir", opt->gasDir,
+                    "where gas tables are looked up (default: $FIOFLA_GAS_DIR, else the\n"
+                    "tables installed with fiofla)")
+        ->type_name("DIR");
+    cmd->add_flag("--json", opt->json, "print the result as JSON");
+    commands.Add(cmd, [opt, shape](Streams& io) {
+      const std::string usage = std::string("usage: fiofla gas ") + shape.name +
+                                (shape.operands ? std::string(" ") + shape.operands : "");
+      if (shape.count > 0 && opt->names.size() != shape.count) throw UsageError{usage};
+      if (shape.pressure && !opt->pressure) throw UsageError{"--p P (mmHg) is needed"};
+      if (shape.temperature && !opt->temperature) throw UsageError{"--t T (K) is needed"};
+      if (std::string(shape.name) == "build" && opt->outDir.empty())
+        throw UsageError{"build needs --out-dir DIR"};
+      return RunGasCommand(*opt, io);
+    });
   }
 }
 

@@ -12,52 +12,6 @@
 namespace fiofla::cli {
 namespace {
 
-constexpr const char* kReduceHelp =
-    "usage: fiofla reduce RUN.json [-o ISOTHERM.csv] [--gas-dir DIR]\n"
-    "\n"
-    "Reduces a measurement file (see the README: adsorptive, sample mass, free space, Po\n"
-    "source, temperatures, thermal transpiration and the measured points) to an isotherm:\n"
-    "manifold pressures are corrected for thermal transpiration, quantities dosed become\n"
-    "quantities adsorbed per gram with the adsorptive's gas table (or the non-ideality\n"
-    "factor), and pressures become relative pressures through the Po source. The CSV has\n"
-    "the columns relative_pressure, quantity_adsorbed [cm3/g STP], branch, pressure [mmHg],\n"
-    "p0 [mmHg], manifold_pressure [mmHg] and time [s]; 'fiofla bet' and 'fiofla report'\n"
-    "read it, and also read the measurement file directly.\n"
-    "\n"
-    "  -o FILE        write the isotherm there (default: standard output)\n"
-    "  --gas-dir DIR  where gas tables are looked up (default: $FIOFLA_GAS_DIR, else the\n"
-    "                 tables installed with fiofla)\n"
-    "\n"
-    "exit codes: 0 ok, 1 unreadable or inconsistent measurement file, 2 bad arguments,\n"
-    "            3 Po dropped to 0 at some point: the points before it were written\n";
-
-constexpr const char* kSimulateHelp =
-    "usage: fiofla simulate -o RUN.json [options]\n"
-    "\n"
-    "Plays an isotherm model back through an ideal static volumetric analyser and writes\n"
-    "the measurement file it would have recorded: the manifold pressures that give the\n"
-    "scheduled relative pressures and the cumulative quantities dosed. Reducing that file\n"
-    "gives the model back.\n"
-    "\n"
-    "  --gas NAME              adsorptive gas table (default nitrogen)\n"
-    "  --model M               bet:c=C,qm=Q[,n=LAYERS] (n=0: unrestricted BET) or\n"
-    "                          langmuir:k=K,qm=Q; Q in cm3/g STP\n"
-    "                          (default bet:c=120,qm=95,n=8)\n"
-    "  --points LO:HI:N        N adsorption points evenly from P/Po LO to HI\n"
-    "                          (default 0.01:0.95:30)\n"
-    "  --desorption N          then N desorption points evenly from HI back to LO (default 0)\n"
-    "  --mass G                sample mass, g (default 0.1)\n"
-    "  --free-space AMB,ANA    ambient and analysis free space, cm3 STP (default 20,60)\n"
-    "  --temperature K         analysis (bath) temperature (default 77.35)\n"
-    "  --ambient K             manifold temperature (default 308.15)\n"
-    "  --po MMHG               Po (default: the gas table's saturation pressure at the bath)\n"
-    "  --factor ALPHA          factor-form gas law with non-ideality ALPHA per mmHg\n"
-    "                          (default: the gas table)\n"
-    "  --transpiration G,D[,L] thermal transpiration with gas factor G, tube inside\n"
-    "                          diameter D cm and ratio limit L (default: none)\n"
-    "  --interval S            seconds between points (default 300)\n"
-    "  --gas-dir DIR           where gas tables are looked up\n";
-
 std::string Format(double value) {
   char text[40];
   std::snprintf(text, sizeof text, "%.12g", value);
@@ -140,87 +94,125 @@ IsothermModel ParseModel(const std::string& text) {
   return model;
 }
 
-}  // namespace
-
-int RunReduce(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+struct ReduceOptions {
   std::string file, output, gasDir;
-  try {
-    ArgReader reader(args);
-    while (reader.Next()) {
-      const std::string& arg = reader.Arg();
-      if (arg == "--help" || arg == "-h") {
-        out << kReduceHelp;
-        return kExitOk;
-      } else if (arg == "-o" || arg == "--output") {
-        output = reader.Value();
-      } else if (arg == "--gas-dir") {
-        gasDir = reader.Value();
-      } else if (reader.IsOption()) {
-        throw UsageError{"unknown option '" + arg + "'"};
-      } else if (file.empty()) {
-        file = arg;
-      } else {
-        throw UsageError{"more than one measurement file given"};
-      }
-    }
-    if (file.empty()) throw UsageError{"no measurement file given"};
-  } catch (const UsageError& e) {
-    err << "fiofla reduce: " << e.message << "\ntry 'fiofla reduce --help'\n";
-    return kExitUsageError;
-  }
-  ReducedIsotherm reduced;
-  try {
-    CGasCompressibilityCache::ms_cCache.SetDirectory(CStr(gasDir));
-    reduced = ReduceMeasurement(ReadMeasurementFile(file));
-  } catch (const InputError& e) {
-    err << "fiofla reduce: " << e.what() << "\n";
-    return kExitInputError;
-  }
+};
+
+int Reduce(const ReduceOptions& o, Streams& io) {
+  if (o.file.empty()) throw UsageError{"no measurement file given"};
+  CGasCompressibilityCache::ms_cCache.SetDirectory(CStr(o.gasDir));
+  const ReducedIsotherm reduced = ReduceMeasurement(ReadMeasurementFile(o.file));
   const std::string csv = IsothermCsv(reduced);
-  if (output.empty()) {
-    out << csv;
+  if (o.output.empty()) {
+    io.out << csv;
   } else {
     std::string error;
-    if (!WriteFileAtomically(output, csv, &error)) {
-      err << "fiofla reduce: " << error << "\n";
-      return kExitInputError;
-    }
-    out << "fiofla reduce: wrote " << reduced.convertedPoints << " points of " << file << " to "
-        << output << " (" << reduced.adsorptive << " at " << Format(reduced.analysisTemperatureK)
-        << " K)\n";
+    if (!WriteFileAtomically(o.output, csv, &error)) throw InputError(error);
+    io.out << "fiofla reduce: wrote " << reduced.convertedPoints << " points of " << o.file
+           << " to " << o.output << " (" << reduced.adsorptive << " at "
+           << Format(reduced.analysisTemperatureK) << " K)\n";
   }
   if (reduced.poStoppedAt) {
     const std::size_t i = *reduced.poStoppedAt;
-    err << "fiofla reduce: Po is not positive at point " << i + 1
-        << " (t = " << Format(reduced.timeS[i]) << " s): conversion stops there; "
-        << reduced.convertedPoints << " of " << reduced.timeS.size() << " points were written\n";
+    io.err << "fiofla reduce: Po is not positive at point " << i + 1
+           << " (t = " << Format(reduced.timeS[i]) << " s): conversion stops there; "
+           << reduced.convertedPoints << " of " << reduced.timeS.size() << " points were written\n";
     return kExitNoResult;
   }
   return kExitOk;
 }
 
-int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+struct SimulateOptions {
   SimulationPlan plan;
   std::string output, gasDir;
   double lo = 0.01, hi = 0.95;
   std::size_t count = 30, desorption = 0;
+};
+
+int Simulate(SimulateOptions o, Streams& io) {
+  if (o.output.empty()) throw UsageError{"-o RUN.json is needed"};
+  SimulationPlan& plan = o.plan;
+  for (std::size_t i = 0; i < o.count; ++i)
+    plan.adsorptionTargets.push_back(o.lo + (o.hi - o.lo) * double(i) / double(o.count - 1));
+  for (std::size_t i = 1; i <= o.desorption; ++i)
+    plan.desorptionTargets.push_back(o.hi - (o.hi - o.lo) * double(i) / double(o.desorption));
+  plan.sampleName = "simulated: " + plan.model.Describe();
+
+  CGasCompressibilityCache& cache = CGasCompressibilityCache::ms_cCache;
+  cache.SetDirectory(CStr(o.gasDir));
+  const CGasCompressibilityTable* gas = cache.GetGas(CStr(plan.adsorptive));
+  if (gas == nullptr || !gas->GetReadError().empty())
+    throw InputError("no usable gas table '" + plan.adsorptive + "' in " +
+                     cache.GetEffectiveDirectory().c_str());
+  std::string text;
   try {
-    ArgReader reader(args);
-    while (reader.Next()) {
-      const std::string& arg = reader.Arg();
-      if (arg == "--help" || arg == "-h") {
-        out << kSimulateHelp;
-        return kExitOk;
-      } else if (arg == "-o" || arg == "--output") {
-        output = reader.Value();
-      } else if (arg == "--gas-dir") {
-        gasDir = reader.Value();
-      } else if (arg == "--gas") {
-        plan.adsorptive = reader.Value();
-      } else if (arg == "--model") {
-        plan.model = ParseModel(reader.Value());
-      } else if (arg == "--points") {
-        const std::string v = reader.Value();
+    text = FormatMeasurement(SimulateMeasurement(plan, *gas));
+  } catch (const InputError& e) {
+    // The plan came from the command line, so what it cannot do is a usage error.
+    throw UsageError{e.what()};
+  }
+  std::string error;
+  if (!WriteFileAtomically(o.output, text, &error)) throw InputError(error);
+  io.out << "fiofla simulate: wrote "
+         << plan.adsorptionTargets.size() + plan.desorptionTargets.size() << " points of "
+         << plan.adsorptive << " at " << Format(plan.analysisTemperatureK) << " K ("
+         << plan.model.Describe() << ") to " << o.output << "\n";
+  return kExitOk;
+}
+
+void AddGasDir(CLI::App* cmd, std::string& dir) {
+  cmd->add_option("--gas-dir", dir,
+                  "where gas tables are looked up (default: $FIOFLA_GAS_DIR, else the tables\n"
+                  "installed with fiofla)")
+      ->type_name("DIR");
+}
+
+// "--name" taking a value that `parse` turns into the setting.
+template <typename F>
+void Opt(CLI::App* cmd, const char* name, const char* type, const char* help, F parse) {
+  cmd->add_option_function<std::string>(name, parse, help)->type_name(type);
+}
+
+}  // namespace
+
+void AddReduceCommands(CLI::App& app, Commands& commands) {
+  auto r = std::make_shared<ReduceOptions>();
+  CLI::App* cmd = AddCommand(
+      app, "reduce", "reduce a measurement file to an isotherm (CSV)",
+      "Reduces a measurement file (see the README: adsorptive, sample mass, free space, Po\n"
+      "source, temperatures, thermal transpiration and the measured points) to an isotherm:\n"
+      "manifold pressures are corrected for thermal transpiration, quantities dosed become\n"
+      "quantities adsorbed per gram with the adsorptive's gas table (or the non-ideality\n"
+      "factor), and pressures become relative pressures through the Po source. The CSV has\n"
+      "the columns relative_pressure, quantity_adsorbed [cm3/g STP], branch, pressure [mmHg],\n"
+      "p0 [mmHg], manifold_pressure [mmHg] and time [s]; 'fiofla bet' and 'fiofla report'\n"
+      "read it, and also read the measurement file directly.\n",
+      "exit codes: 0 ok, 1 unreadable or inconsistent measurement file, 2 bad arguments,\n"
+      "            3 Po dropped to 0 at some point: the points before it were written\n");
+  cmd->add_option("RUN", r->file, "measurement file (JSON)");
+  cmd->add_option("-o,--output", r->output, "write the isotherm there (default: standard output)")
+      ->type_name("FILE");
+  AddGasDir(cmd, r->gasDir);
+  commands.Add(cmd, [r](Streams& io) { return Reduce(*r, io); });
+
+  auto s = std::make_shared<SimulateOptions>();
+  cmd = AddCommand(
+      app, "simulate", "play an isotherm model back into a measurement file",
+      "Plays an isotherm model back through an ideal static volumetric analyser and writes\n"
+      "the measurement file it would have recorded: the manifold pressures that give the\n"
+      "scheduled relative pressures and the cumulative quantities dosed. Reducing that file\n"
+      "gives the model back.\n",
+      "exit codes: 0 ok, 1 no usable gas table or unwritable RUN.json, 2 bad arguments\n");
+  cmd->add_option("-o,--output", s->output, "the measurement file to write")->type_name("RUN.json");
+  cmd->add_option("--gas", s->plan.adsorptive, "adsorptive gas table (default nitrogen)")
+      ->type_name("NAME");
+  Opt(cmd, "--model", "M",
+      "bet:c=C,qm=Q[,n=LAYERS] (n=0: unrestricted BET) or langmuir:k=K,qm=Q; Q in\n"
+      "cm3/g STP (default bet:c=120,qm=95,n=8)",
+      [s](const std::string& v) { s->plan.model = ParseModel(v); });
+  Opt(cmd, "--points", "LO:HI:N",
+      "N adsorption points evenly from P/Po LO to HI (default 0.01:0.95:30)",
+      [s](const std::string& v) {
         const auto a = v.find(':'), b = v.find(':', a == std::string::npos ? a : a + 1);
         // NaN for a missing part fails every comparison below.
         const double nan = std::nan("");
@@ -230,77 +222,50 @@ int RunSimulate(const std::vector<std::string>& args, std::ostream& out, std::os
         const double n = b == std::string::npos ? nan : ToDouble(v.substr(b + 1)).value_or(nan);
         if (!(l > 0.0 && l < h && h < 1.0 && n >= 2 && n <= 10000 && n == std::floor(n)))
           throw UsageError{"--points '" + v + "' must be LO:HI:N with 0 < LO < HI < 1, 2 <= N"};
-        lo = l;
-        hi = h;
-        count = std::size_t(n);
-      } else if (arg == "--desorption") {
-        const std::string v = reader.Value();
+        s->lo = l;
+        s->hi = h;
+        s->count = std::size_t(n);
+      });
+  Opt(cmd, "--desorption", "N", "then N desorption points evenly from HI back to LO (default 0)",
+      [s](const std::string& v) {
         const auto n = ToDouble(v);
         if (!n || *n < 0 || *n > 10000 || *n != std::floor(*n))
           throw UsageError{"--desorption '" + v + "' must be a whole number of points"};
-        desorption = std::size_t(*n);
-      } else if (arg == "--mass") {
-        plan.sampleMassG = Positive(arg, reader.Value());
-      } else if (arg == "--free-space") {
-        const auto v = Numbers(arg, reader.Value(), 2, 2);
-        plan.freeSpaceAmbientCm3Stp = v[0];
-        plan.freeSpaceAnalysisCm3Stp = v[1];
-      } else if (arg == "--temperature") {
-        plan.analysisTemperatureK = Positive(arg, reader.Value());
-      } else if (arg == "--ambient") {
-        plan.ambientTemperatureK = Positive(arg, reader.Value());
-      } else if (arg == "--po") {
-        plan.poMmHg = Positive(arg, reader.Value());
-      } else if (arg == "--interval") {
-        plan.secondsPerPoint = Positive(arg, reader.Value());
-      } else if (arg == "--factor") {
-        const std::string v = reader.Value();
+        s->desorption = std::size_t(*n);
+      });
+  Opt(cmd, "--mass", "G", "sample mass, g (default 0.1)",
+      [s](const std::string& v) { s->plan.sampleMassG = Positive("--mass", v); });
+  Opt(cmd, "--free-space", "AMB,ANA", "ambient and analysis free space, cm3 STP (default 20,60)",
+      [s](const std::string& v) {
+        const auto f = Numbers("--free-space", v, 2, 2);
+        s->plan.freeSpaceAmbientCm3Stp = f[0];
+        s->plan.freeSpaceAnalysisCm3Stp = f[1];
+      });
+  Opt(cmd, "--temperature", "K", "analysis (bath) temperature (default 77.35)",
+      [s](const std::string& v) { s->plan.analysisTemperatureK = Positive("--temperature", v); });
+  Opt(cmd, "--ambient", "K", "manifold temperature (default 308.15)",
+      [s](const std::string& v) { s->plan.ambientTemperatureK = Positive("--ambient", v); });
+  Opt(cmd, "--po", "MMHG", "Po (default: the gas table's saturation pressure at the bath)",
+      [s](const std::string& v) { s->plan.poMmHg = Positive("--po", v); });
+  Opt(cmd, "--interval", "S", "seconds between points (default 300)",
+      [s](const std::string& v) { s->plan.secondsPerPoint = Positive("--interval", v); });
+  Opt(cmd, "--factor", "ALPHA",
+      "factor-form gas law with non-ideality ALPHA per mmHg (default: the gas table)",
+      [s](const std::string& v) {
         const auto alpha = ToDouble(v);
         if (!alpha || *alpha < 0.0) throw UsageError{"--factor '" + v + "' must be >= 0"};
-        plan.gasLaw.form = GasLawForm::kFactor;
-        plan.gasLaw.nonIdealityPerMmHg = *alpha;
-      } else if (arg == "--transpiration") {
-        const auto v = Numbers(arg, reader.Value(), 2, 3);
-        plan.transpiration = Measurement::Transpiration{v[0], v[1], v.size() > 2 ? v[2] : 1.0};
-      } else {
-        throw UsageError{"unknown option or argument '" + arg + "'"};
-      }
-    }
-    if (output.empty()) throw UsageError{"-o RUN.json is needed"};
-  } catch (const UsageError& e) {
-    err << "fiofla simulate: " << e.message << "\ntry 'fiofla simulate --help'\n";
-    return kExitUsageError;
-  }
-  for (std::size_t i = 0; i < count; ++i)
-    plan.adsorptionTargets.push_back(lo + (hi - lo) * double(i) / double(count - 1));
-  for (std::size_t i = 1; i <= desorption; ++i)
-    plan.desorptionTargets.push_back(hi - (hi - lo) * double(i) / double(desorption));
-  plan.sampleName = "simulated: " + plan.model.Describe();
-
-  CGasCompressibilityCache& cache = CGasCompressibilityCache::ms_cCache;
-  cache.SetDirectory(CStr(gasDir));
-  const CGasCompressibilityTable* gas = cache.GetGas(CStr(plan.adsorptive));
-  if (gas == nullptr || !gas->GetReadError().empty()) {
-    err << "fiofla simulate: no usable gas table '" << plan.adsorptive << "' in "
-        << cache.GetEffectiveDirectory().c_str() << "\n";
-    return kExitInputError;
-  }
-  std::string text;
-  try {
-    text = FormatMeasurement(SimulateMeasurement(plan, *gas));
-  } catch (const InputError& e) {
-    err << "fiofla simulate: " << e.what() << "\n";
-    return kExitUsageError;
-  }
-  std::string error;
-  if (!WriteFileAtomically(output, text, &error)) {
-    err << "fiofla simulate: " << error << "\n";
-    return kExitInputError;
-  }
-  out << "fiofla simulate: wrote " << plan.adsorptionTargets.size() + plan.desorptionTargets.size()
-      << " points of " << plan.adsorptive << " at " << Format(plan.analysisTemperatureK) << " K ("
-      << plan.model.Describe() << ") to " << output << "\n";
-  return kExitOk;
+        s->plan.gasLaw.form = GasLawForm::kFactor;
+        s->plan.gasLaw.nonIdealityPerMmHg = *alpha;
+      });
+  Opt(cmd, "--transpiration", "G,D[,L]",
+      "thermal transpiration with gas factor G, tube inside diameter D cm and ratio\n"
+      "limit L (default: none)",
+      [s](const std::string& v) {
+        const auto f = Numbers("--transpiration", v, 2, 3);
+        s->plan.transpiration = Measurement::Transpiration{f[0], f[1], f.size() > 2 ? f[2] : 1.0};
+      });
+  AddGasDir(cmd, s->gasDir);
+  commands.Add(cmd, [s](Streams& io) { return Simulate(*s, io); });
 }
 
 }  // namespace fiofla::cli

@@ -13,38 +13,10 @@
 #include "fiofla/report/report_text.h"
 #include "fiofla/report_bet.h"
 #include "fiofla/report_pores.h"
+#include "pore_options.h"
 
 namespace fiofla::cli {
 namespace {
-
-const std::string kReportHelp =
-    std::string(
-        "usage: fiofla report FILE... [-o OUT] [--to html|json|text] [--format F] [--p0 P]\n"
-        "                     [--range LO:HI | --auto [--min-points N] [--min-r2 R]]\n"
-        "                     [--cross-section NM2] [--units UNIT [--molar-mass G]]\n"
-        "\n"
-        "Makes the BET report of each isotherm FILE: the summary table with its validation\n"
-        "rows, the points in range, the BET surface area plot and the BET isotherm plot,\n"
-        "then a t-plot page (Harkins-Jura curve, 3.5 to 5 A) and a BJH page (classical,\n"
-        "desorption branch) with their tables and plots.\n"
-        "With several files every isotherm gets its own page and a last page overlays\n"
-        "their plots. A FILE may be an isotherm CSV, AIF or ISODB JSON file, or a\n"
-        "measurement file, which is reduced first (see 'fiofla reduce').\n"
-        "\n"
-        "  -o, --output OUT     write the report to OUT (the format follows its extension:\n"
-        "                       .html, .json, .txt); without it the report goes to standard\n"
-        "                       output as text. OUT is replaced only once the whole report\n"
-        "                       is ready, so a failed run leaves no partial file\n"
-        "  --to F               html (one self-contained file, inline SVG), json (the whole\n"
-        "                       report model) or text; --format html|json|text does the same\n") +
-    kInputOptionsHelp + kBetOptionsHelp +
-    "  --units UNIT         quantity adsorbed shown in cm3/g STP (default), mmol/g,\n"
-    "                       mol/kg or mg/g; the BET transform follows as its inverse\n"
-    "  --molar-mass G       molar mass of the adsorptive in g/mol, needed for mg/g\n"
-    "                       (nitrogen 28.0134)\n"
-    "\n"
-    "exit codes: 0 ok, 1 unreadable or malformed file or unwritable OUT, 2 bad arguments,\n"
-    "            3 report written, but an isotherm gave no BET result\n";
 
 enum class Format { kHtml, kJson, kText };
 
@@ -54,9 +26,9 @@ struct ReportOptions {
   std::optional<Format> format;
   BetSettings bet;
   IsothermReadOptions input;
+  PoreSettings pore;
   std::string units;
   double molarMassGPerMol = 0.0;
-  bool help = false;
 };
 
 std::optional<Format> OutputFormatFromName(const std::string& name) {
@@ -76,51 +48,6 @@ Format FormatOf(const ReportOptions& opt) {
     if (ext == "txt" || ext == "text") return Format::kText;
   }
   return Format::kHtml;
-}
-
-ReportOptions ParseReportArgs(const std::vector<std::string>& args) {
-  ReportOptions opt;
-  ArgReader reader(args);
-  while (reader.Next()) {
-    const std::string& arg = reader.Arg();
-    if (arg == "--help" || arg == "-h") {
-      opt.help = true;
-    } else if (arg == "-o" || arg == "--output") {
-      opt.output = reader.Value();
-      if (opt.output.empty()) throw UsageError{arg + " needs a file name"};
-    } else if (arg == "--to") {
-      const std::string v = reader.Value();
-      opt.format = OutputFormatFromName(v);
-      if (!opt.format) throw UsageError{"--to '" + v + "' is not html, json or text"};
-    } else if (arg == "--format" && reader.Peek() && OutputFormatFromName(*reader.Peek())) {
-      // --format once named the output; the output names never collide with input formats.
-      opt.format = OutputFormatFromName(reader.Value());
-    } else if (ReadInputOption(reader, opt.input)) {
-    } else if (arg == "--units") {
-      opt.units = reader.Value();
-      if (DVolumeAds::sm_Formatter.Units().Find(opt.units) < 0)
-        throw UsageError{"--units '" + opt.units + "' is not cm3/g STP, mmol/g, mol/kg or mg/g"};
-    } else if (arg == "--molar-mass") {
-      const std::string v = reader.Value();
-      const auto m = ToDouble(v);
-      if (!m || *m <= 0.0) throw UsageError{"--molar-mass '" + v + "' is not a positive g/mol"};
-      opt.molarMassGPerMol = *m;
-    } else if (ReadBetOption(reader, opt.bet)) {
-    } else if (reader.IsOption()) {
-      throw UsageError{"unknown option '" + arg + "'"};
-    } else {
-      opt.files.push_back(arg);
-    }
-  }
-  if (opt.help) return opt;
-  if (opt.files.empty()) throw UsageError{"no isotherm FILE given"};
-  if (!opt.units.empty()) {
-    CUnits units = DVolumeAds::sm_Formatter.Units();
-    units.SetMolarMass(opt.molarMassGPerMol);
-    if (!units.CanConvert(static_cast<std::size_t>(units.Find(opt.units))))
-      throw UsageError{"--units '" + opt.units + "' needs --molar-mass (g/mol)"};
-  }
-  return opt;
 }
 
 // The display units are process-wide formatter settings; a command changes them only for
@@ -268,44 +195,36 @@ CReportDataItemBase* AddPlots(const std::vector<std::shared_ptr<CCalcBET>>& calc
   return NBET::PlotReportIso(calcs, names, page, isoX, isoY, overlay, graph);
 }
 
-// The t-plot (Harkins-Jura, 3.5 to 5 Å, total area from BET) and BJH (classical, desorption
-// branch, or adsorption when there is none) pages of one isotherm, when they have results.
-void AddPorePages(const IsothermData& iso, const BetRun& run, const std::string& file,
-                  std::vector<std::unique_ptr<CReportPageData>>& pages) {
-  const CThicknessFunction thickness(CThicknessFunction::eHarkinsJura);
-  CTPlotCalc::SInput t;
-  CBJHCalc::SInput b;
-  for (std::size_t i = 0; i < iso.size(); ++i) {
-    const bool ads = iso.branch[i] == Branch::kAdsorption;
-    if (ads) {
-      t.m_RelPress.push_back(iso.relativePressure[i]);
-      t.m_QtyAdsorbed.push_back(iso.quantityAdsorbedCm3PerGStp[i]);
-    } else {
-      b.m_RelPress.push_back(iso.relativePressure[i]);
-      b.m_QtyAdsorbed.push_back(iso.quantityAdsorbedCm3PerGStp[i]);
-    }
-  }
-  t.m_pThickness = &thickness;
-  t.m_TotalSurfaceArea = NoBetResult(*run.calc) ? 0.0 : run.calc->surfaceArea;
-  const CTPlotCalc tplot(t);
-  if (tplot.m_Status == 0 || tplot.m_Status == 1) {
+// The name of a thickness curve as a report title shows it.
+std::string ThicknessCurveTitle(const std::string& name) {
+  if (name == "harkins-jura") return "Harkins and Jura";
+  if (name == "halsey") return "Halsey";
+  if (name == "carbon") return "Carbon Black STSA";
+  if (name == "bdb") return "Broekhoff-de Boer";
+  if (name == "kjs") return "Kruk-Jaroniec-Sayari";
+  return name;
+}
+
+// The t-plot and BJH pages of one isotherm, with the user's settings, when they have results.
+void AddPorePages(const IsothermData& iso, const BetRun& run, const ReportOptions& opt,
+                  const std::string& file, std::vector<std::unique_ptr<CReportPageData>>& pages) {
+  const double area = opt.pore.betAreaM2PerG
+                          ? *opt.pore.betAreaM2PerG
+                          : (NoBetResult(*run.calc) ? 0.0 : run.calc->surfaceArea);
+  const auto tplot = RunTPlotOn(iso, opt.pore, area);
+  const std::string curve = opt.pore.ThicknessName();
+  if (tplot->m_Status == 0 || tplot->m_Status == 1) {
     pages.push_back(std::make_unique<CReportPageData>(CStr("t-Plot report: ") + file));
-    AddTPlotSection(tplot, CStr("Harkins and Jura"), pages.back().get(), nullptr);
+    AddTPlotSection(*tplot, CStr(ThicknessCurveTitle(curve)), pages.back().get(), nullptr);
   }
-  b.m_UseAdsorption = b.m_RelPress.size() < 2;
-  if (b.m_UseAdsorption) {
-    b.m_RelPress = t.m_RelPress;
-    b.m_QtyAdsorbed = t.m_QtyAdsorbed;
-  }
-  CThicknessFunction bjhThickness(CThicknessFunction::eHarkinsJura);
-  b.m_pThickness = &bjhThickness;
-  const CBJHCalc bjh(b);
-  if (bjh.GetStatus() == CBJHCalc::STATUS_OK) {
+  const BjhRun bjh = RunBjhOn(iso, opt.pore);
+  if (bjh.calc->GetStatus() == CBJHCalc::STATUS_OK) {
     pages.push_back(std::make_unique<CReportPageData>(CStr("BJH report: ") + file));
-    const std::string what = std::string(b.m_UseAdsorption ? "adsorption" : "desorption") +
-                             " branch, classical method, Harkins and Jura thickness curve, "
-                             "Kelvin constant 9.53 Å";
-    AddBjhSection(bjh, CStr(what), pages.back().get(), nullptr);
+    const std::string what = std::string(bjh.adsorption ? "adsorption" : "desorption") +
+                             " branch, " + opt.pore.method + " method, " +
+                             ThicknessCurveTitle(curve) + " thickness curve, Kelvin constant " +
+                             Num(opt.pore.kelvinAngstrom) + " Å";
+    AddBjhSection(*bjh.calc, CStr(what), pages.back().get(), nullptr);
   }
 }
 
@@ -325,7 +244,7 @@ std::vector<std::unique_ptr<CReportPageData>> BuildPages(const ReportOptions& op
     CReportDataItemBase* last = AddIsothermItems(runs[i], page, nullptr);
     if (runs.size() == 1) last = AddPlots(calcs, names, page, last);
     NBET::AddTabularData(*runs[i].calc, page, last);
-    AddPorePages(isotherms[i], runs[i], opt.files[i], pages);
+    AddPorePages(isotherms[i], runs[i], opt, opt.files[i], pages);
   }
   if (runs.size() > 1) {
     pages.push_back(std::make_unique<CReportPageData>(CStr("BET plots of all isotherms")));
@@ -334,30 +253,20 @@ std::vector<std::unique_ptr<CReportPageData>> BuildPages(const ReportOptions& op
   return pages;
 }
 
-}  // namespace
-
-int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-  ReportOptions opt;
-  try {
-    opt = ParseReportArgs(args);
-  } catch (const UsageError& e) {
-    err << "fiofla report: " << e.message << "\n"
-        << "try 'fiofla report --help'\n";
-    return kExitUsageError;
+int Report(const ReportOptions& opt, Streams& io) {
+  if (opt.files.empty()) throw UsageError{"no isotherm FILE given"};
+  if (!opt.units.empty()) {
+    CUnits units = DVolumeAds::sm_Formatter.Units();
+    units.SetMolarMass(opt.molarMassGPerMol);
+    if (!units.CanConvert(static_cast<std::size_t>(units.Find(opt.units))))
+      throw UsageError{"--units '" + opt.units + "' needs --molar-mass (g/mol)"};
   }
-  if (opt.help) {
-    out << kReportHelp;
-    return kExitOk;
-  }
+  // A user thickness curve is read before anything else, so a bad one stops the report early.
+  MakeThickness(opt.pore.ThicknessName());
 
   // Every file is read before anything is written: one bad file means no report at all.
   std::vector<IsothermData> isotherms;
-  try {
-    for (const auto& file : opt.files) isotherms.push_back(LoadIsotherm(file, opt.input, err));
-  } catch (const InputError& e) {
-    err << "fiofla report: " << e.what() << "\n";
-    return kExitInputError;
-  }
+  for (const auto& file : opt.files) isotherms.push_back(LoadIsotherm(file, opt.input, io.err));
 
   const UnitsSelection units(opt.units, opt.molarMassGPerMol);
   std::vector<BetRun> runs;
@@ -383,26 +292,84 @@ int RunReport(const std::vector<std::string>& args, std::ostream& out, std::ostr
     RenderText(view, render, text);
 
   if (opt.output.empty()) {
-    out << text.str();
+    io.out << text.str();
   } else {
     std::string error;
-    if (!fiofla::WriteFileAtomically(opt.output, text.str(), &error)) {
-      err << "fiofla report: " << error << "\n";
-      return kExitInputError;
-    }
+    if (!WriteFileAtomically(opt.output, text.str(), &error)) throw InputError(error);
     const char* kind = format == Format::kHtml ? "HTML" : format == Format::kJson ? "JSON" : "text";
-    out << "fiofla report: wrote the " << kind << " report of " << opt.files.size()
-        << (opt.files.size() == 1 ? " isotherm" : " isotherms") << " to " << opt.output << "\n";
+    io.out << "fiofla report: wrote the " << kind << " report of " << opt.files.size()
+           << (opt.files.size() == 1 ? " isotherm" : " isotherms") << " to " << opt.output << "\n";
   }
 
   int status = kExitOk;
   for (std::size_t i = 0; i < runs.size(); ++i) {
     if (!NoBetResult(*runs[i].calc)) continue;
-    err << "fiofla report: " << opt.files[i] << ": no BET result: " << NoResultReason(runs[i])
-        << "\n";
+    io.err << "fiofla report: " << opt.files[i] << ": no BET result: " << NoResultReason(runs[i])
+           << "\n";
     status = kExitNoResult;
   }
   return status;
+}
+
+}  // namespace
+
+void AddReportCommand(CLI::App& app, Commands& commands) {
+  auto opt = std::make_shared<ReportOptions>();
+  CLI::App* cmd = AddCommand(
+      app, "report", "BET, t-plot and BJH report as HTML, JSON or text",
+      "Makes the report of each isotherm FILE: the BET summary table with its validation\n"
+      "rows, the points in range, the BET surface area plot and the BET isotherm plot,\n"
+      "then a t-plot page and a BJH page with their tables and plots, computed with the\n"
+      "t-plot and BJH options below. With several files every isotherm gets its own pages\n"
+      "and a last page overlays their BET plots.\n",
+      "exit codes: 0 ok, 1 unreadable or malformed file or unwritable OUT, 2 bad arguments,\n"
+      "            3 report written, but an isotherm gave no BET result\n");
+  cmd->add_option("FILE", opt->files,
+                  "isotherms: CSV with units in the header, AIF, NIST ISODB JSON, pyGAPS\n"
+                  "JSON or CSV, or fiofla measurement files (reduced first)");
+  cmd->add_option_function<std::string>(
+         "-o,--output",
+         [opt](const std::string& v) {
+           if (v.empty()) throw UsageError{"--output needs a file name"};
+           opt->output = v;
+         },
+         "write the report to OUT (the format follows its extension: .html, .json,\n"
+         ".txt); without it the report goes to standard output as text. OUT is replaced\n"
+         "only once the whole report is ready, so a failed run leaves no partial file")
+      ->type_name("OUT");
+  cmd->add_option_function<std::string>(
+         "--to",
+         [opt](const std::string& v) {
+           opt->format = OutputFormatFromName(v);
+           if (!opt->format) throw UsageError{"--to '" + v + "' is not html, json or text"};
+         },
+         "html (one self-contained file, inline SVG), json (the whole report model) or text")
+      ->type_name("F");
+  // --format once named the output; those names never collide with input formats.
+  AddInputOptions(cmd, opt->input, [opt](const std::string& v) {
+    opt->format = OutputFormatFromName(v);
+    return opt->format.has_value();
+  });
+  AddBetOptions(cmd, opt->bet);
+  AddCommonPoreOptions(cmd, opt->pore);
+  AddTPlotOptions(cmd, opt->pore, false);
+  AddBjhOptions(cmd, opt->pore);
+  cmd->add_option_function<std::string>(
+         "--units",
+         [opt](const std::string& v) {
+           if (DVolumeAds::sm_Formatter.Units().Find(v) < 0)
+             throw UsageError{"--units '" + v + "' is not cm3/g STP, mmol/g, mol/kg or mg/g"};
+           opt->units = v;
+         },
+         "quantity adsorbed shown in cm3/g STP (default), mmol/g, mol/kg or mg/g; the\n"
+         "BET transform follows as its inverse")
+      ->type_name("UNIT");
+  cmd->add_option_function<std::string>(
+         "--molar-mass",
+         [opt](const std::string& v) { opt->molarMassGPerMol = ParsePositive("--molar-mass", v); },
+         "molar mass of the adsorptive in g/mol, needed for mg/g (nitrogen 28.0134)")
+      ->type_name("G");
+  commands.Add(cmd, [opt](Streams& io) { return Report(*opt, io); });
 }
 
 }  // namespace fiofla::cli
