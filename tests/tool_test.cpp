@@ -6,6 +6,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <regex>
+#include <set>
 #include <sstream>
 
 #include "cli.h"
@@ -563,4 +566,52 @@ TEST(ToolAnswers, ReportPagesFollowTheUsersPoreOptions) {
   const auto bad = RunTool({"report", kExample, "--thickness", "nonsense"});
   EXPECT_EQ(bad.code, fiofla::cli::kExitUsageError);
   EXPECT_NE(bad.err.find("--thickness 'nonsense' is not"), std::string::npos) << bad.err;
+}
+
+// The options a text names: every "--name" in it.
+std::set<std::string> OptionsIn(const std::string& text) {
+  std::set<std::string> names;
+  static const std::regex option("--[a-z0-9][a-z0-9-]*");
+  for (auto it = std::sregex_iterator(text.begin(), text.end(), option);
+       it != std::sregex_iterator(); ++it)
+    names.insert(it->str());
+  names.erase("--help");
+  return names;
+}
+
+TEST(ToolHelp, TheReadmeCommandListAndTheHelpAgree) {
+  std::ifstream in(std::string(FIOFLA_DATA_DIR) + "/../README.md");
+  const std::string readme((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const auto start = readme.find("## The tool\n\n```\n");
+  ASSERT_NE(start, std::string::npos);
+  const auto end = readme.find("```\n", start + 17);
+  std::istringstream block(readme.substr(start + 17, end - start - 17));
+  std::map<std::string, std::string> listed;
+  std::string line, command;
+  while (std::getline(block, line)) {
+    if (line.rfind("fiofla ", 0) == 0) command = line.substr(7, line.find(' ', 7) - 7);
+    listed[command] += line + "\n";
+  }
+  const auto inputStart = readme.find("Commands that read an isotherm", end);
+  const std::string inputText =
+      readme.substr(inputStart, readme.find(". ", inputStart) - inputStart);
+  const auto inputOptions = OptionsIn(inputText);
+  ASSERT_TRUE(inputOptions.count("--format"));
+
+  for (const char* cmd : {"bet", "report", "tplot", "bjh", "convert", "reduce", "simulate"}) {
+    auto documented = OptionsIn(listed[cmd]);
+    if (std::string(cmd) != "reduce" && std::string(cmd) != "simulate")
+      documented.insert(inputOptions.begin(), inputOptions.end());
+    const auto help = RunTool({cmd, "--help"});
+    ASSERT_EQ(help.code, 0) << cmd;
+    EXPECT_EQ(OptionsIn(help.out), documented) << cmd;
+  }
+  std::set<std::string> gasHelp;
+  for (const char* sub : {"list", "show", "z", "psat", "tsat", "convert", "build"}) {
+    const auto help = RunTool({"gas", sub, "--help"});
+    ASSERT_EQ(help.code, 0) << sub;
+    const auto names = OptionsIn(help.out);
+    gasHelp.insert(names.begin(), names.end());
+  }
+  EXPECT_EQ(gasHelp, OptionsIn(listed["gas"]));
 }

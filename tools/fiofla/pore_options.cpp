@@ -97,7 +97,7 @@ void AddCommonPoreOptions(CLI::App* cmd, PoreSettings& s) {
            s.thickness = v;
          },
          "thickness curve: halsey, harkins-jura (default), carbon, bdb (Broekhoff-de\n"
-         "Boer), kjs (Kruk-Jaroniec-Sayari; the default of --method kjs) or user:FILE,\n"
+         "Boer), kjs (Kruk-Jaroniec-Sayari; the default of the kjs BJH method) or user:FILE,\n"
          "a CSV of relative pressure and thickness in Å, ascending")
       ->type_name("CURVE");
   cmd->add_option_function<std::string>(
