@@ -96,3 +96,54 @@ TEST(IsothermFormats, AMeasurementFileReducesAndTakesAGivenPo) {
 }
 
 }  // namespace
+
+TEST(IsothermFormats, LoadingUnitsSpelledAnyWayRoundTripThroughAif) {
+  const IsothermData aif = fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica.aif"));
+  const double area = BetArea(aif);
+  for (const char* unit : {"ml(STP) g-1", "cm3(STP)/kg", "\xC2\xB5mol/g", "mmol g^-1", "wt%"}) {
+    SCOPED_TRACE(unit);
+    fiofla::IsothermWriteOptions options;
+    options.loadingUnit = unit;
+    const IsothermData back = fiofla::ParseAif(fiofla::FormatAif(aif, options), "spelled.aif");
+    EXPECT_EQ(back.info.loadingUnit, unit);
+    EXPECT_REL_CLOSE(BetArea(back), area, 1e-9);
+  }
+}
+
+TEST(IsothermFormats, LoadingsPerFormulaUnitOrVolumeNeedTheAdsorbentsData) {
+  const IsothermData csv = fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica.csv"));
+  const double molarMass = 60.08, density = 2.2;  // silica formula unit, g/mol; g/cm3
+  fiofla::RawIsotherm perMol, perVolume;
+  perMol.source = perVolume.source = "isodb.json";
+  for (std::size_t i = 0; i < csv.size(); ++i) {
+    const double mmolPerG = csv.quantityAdsorbedCm3PerGStp[i] / 22.414;
+    perMol.loading.push_back(mmolPerG * molarMass / 1000.0);
+    perVolume.loading.push_back(mmolPerG * density);
+  }
+  perMol.relativePressure = perVolume.relativePressure = csv.relativePressure;
+  perMol.branch = perVolume.branch = csv.branch;
+  perMol.loadingUnit = "mol/mol";
+  perVolume.loadingUnit = "mmol/cm3";
+  perMol.loadingUnitWhere = perVolume.loadingUnitWhere = "adsorptionUnits";
+
+  try {
+    fiofla::ConvertIsotherm(perMol);
+    ADD_FAILURE() << "mol/mol converted without the adsorbent's molar mass";
+  } catch (const fiofla::InputError& e) {
+    EXPECT_NE(std::string(e.what()).find("need the adsorbent's molar mass; give it with "
+                                         "--adsorbent-molar-mass"),
+              std::string::npos)
+        << e.what();
+  }
+  try {
+    fiofla::ConvertIsotherm(perVolume);
+    ADD_FAILURE() << "mmol/cm3 converted without the material's density";
+  } catch (const fiofla::InputError& e) {
+    EXPECT_NE(std::string(e.what()).find("--material-density"), std::string::npos) << e.what();
+  }
+  fiofla::IsothermReadOptions options;
+  options.adsorbentMolarMassGPerMol = molarMass;
+  options.materialDensityGPerCm3 = density;
+  EXPECT_REL_CLOSE(BetArea(fiofla::ConvertIsotherm(perMol, options)), BetArea(csv), 1e-12);
+  EXPECT_REL_CLOSE(BetArea(fiofla::ConvertIsotherm(perVolume, options)), BetArea(csv), 1e-12);
+}

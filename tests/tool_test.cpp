@@ -435,7 +435,7 @@ TEST(ToolFiles, BadOptionsAndUnwritableOutputs) {
       {{"bet", aif, "--p0", "101.3"}, "has no unit"},
       {{"tplot", aif, "--p0", "-1kPa"}, "is not a positive pressure"},
       {{"bjh", aif, "--p0", "1 furlong"}, "unknown pressure unit 'furlong'"},
-      {{"convert", aif, "--loading-unit", "g/g"}, "is not a loading unit"},
+      {{"convert", aif, "--loading-unit", "furlong/g"}, "is not a loading unit"},
       {{"convert", aif, "--to", "isodb"}, "is not csv or aif"},
   };
   for (const auto& c : cases) {

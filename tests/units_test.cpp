@@ -7,6 +7,7 @@
 #include <string>
 
 #include "fiofla/datagasadsorption.h"
+#include "fiofla/units/unit_text.h"
 #include "test_util.h"
 
 namespace {
@@ -237,3 +238,76 @@ TEST(QuantityFormatter, CheckDataParsesWholeNumbersOnly) {
 }
 
 }  // namespace
+
+// Loading-unit texts as files from other programs write them, with what they mean: amount
+// kind and size (cm3, mmol, mg or cm3 liquid) per basis kind and size (g, cm3 or mol).
+TEST(UnitGrammar, ReadsLoadingUnitsAsWrittenInTheWild) {
+  using fiofla::AmountKind;
+  using fiofla::MaterialBasis;
+  const struct {
+    const char* text;
+    AmountKind amount;
+    double amountFactor;
+    MaterialBasis basis;
+    double basisFactor;
+  } cases[] = {
+      {"ml(STP) g-1", AmountKind::kGasVolume, 1, MaterialBasis::kMass, 1},
+      {"cm3(STP)/g", AmountKind::kGasVolume, 1, MaterialBasis::kMass, 1},
+      {"cm\xC2\xB3/g STP", AmountKind::kGasVolume, 1, MaterialBasis::kMass, 1},
+      {"cm^3 STP g^-1", AmountKind::kGasVolume, 1, MaterialBasis::kMass, 1},
+      {"cc/g", AmountKind::kGasVolume, 1, MaterialBasis::kMass, 1},
+      {"mL/g", AmountKind::kGasVolume, 1, MaterialBasis::kMass, 1},
+      {"cm3 g-1 (STP)", AmountKind::kGasVolume, 1, MaterialBasis::kMass, 1},
+      {"cm3(STP)/kg", AmountKind::kGasVolume, 1, MaterialBasis::kMass, 1000},
+      {"mmol/g", AmountKind::kMoles, 1, MaterialBasis::kMass, 1},
+      {"mmol g^-1", AmountKind::kMoles, 1, MaterialBasis::kMass, 1},
+      {"mmol\xC2\xB7g\xE2\x81\xBB\xC2\xB9", AmountKind::kMoles, 1, MaterialBasis::kMass, 1},
+      {"mmol g\xE2\x88\x92"
+       "1",
+       AmountKind::kMoles, 1, MaterialBasis::kMass, 1},
+      {"mol/kg", AmountKind::kMoles, 1000, MaterialBasis::kMass, 1000},
+      {"\xC2\xB5mol/g", AmountKind::kMoles, 1e-3, MaterialBasis::kMass, 1},
+      {"umol per g", AmountKind::kMoles, 1e-3, MaterialBasis::kMass, 1},
+      {"mg/g", AmountKind::kMass, 1, MaterialBasis::kMass, 1},
+      {"g/g", AmountKind::kMass, 1000, MaterialBasis::kMass, 1},
+      {"wt%", AmountKind::kMass, 10, MaterialBasis::kMass, 1},
+      {"cm3 liq/g", AmountKind::kLiquidVolume, 1, MaterialBasis::kMass, 1},
+      {"cm3(liq)/g", AmountKind::kLiquidVolume, 1, MaterialBasis::kMass, 1},
+      {"mmol/cm3", AmountKind::kMoles, 1, MaterialBasis::kVolume, 1},
+      {"mmol cm-3", AmountKind::kMoles, 1, MaterialBasis::kVolume, 1},
+      {"mol/mol", AmountKind::kMoles, 1000, MaterialBasis::kMolar, 1},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    const auto spec = fiofla::ParseLoadingUnit(c.text);
+    ASSERT_TRUE(spec.has_value());
+    EXPECT_EQ(spec->amount, c.amount);
+    EXPECT_DOUBLE_EQ(spec->amountFactor, c.amountFactor);
+    EXPECT_EQ(spec->basis, c.basis);
+    EXPECT_DOUBLE_EQ(spec->basisFactor, c.basisFactor);
+  }
+  for (const char* bad :
+       {"", "g", "furlongs/g", "mmol", "mmol/furlong", "mmol//g", "mg liq/g", "STP", "/g"})
+    EXPECT_FALSE(fiofla::ParseLoadingUnit(bad).has_value()) << bad;
+}
+
+TEST(UnitGrammar, ReadsPressureUnitsInAnyCaseAndRefusesGauge) {
+  const CUnits units = fiofla::PressureUnits();
+  const struct {
+    const char* text;
+    const char* id;
+  } cases[] = {{"kPa", "kPa"},   {"KPA", "kPa"},   {"kpa", "kPa"},    {"MPa", "MPa"},
+               {"mpa", "MPa"},   {"Torr", "torr"}, {"mm Hg", "mmHg"}, {"mmHg", "mmHg"},
+               {"mbar", "mbar"}, {"hPa", "mbar"},  {"psia", "psi"},   {"bar(a)", "bar"},
+               {"Pascal", "Pa"}, {"ATM", "atm"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(fiofla::PressureUnitId(c.text), c.id) << c.text;
+    const auto factor = fiofla::ParsePressureUnit(c.text);
+    ASSERT_TRUE(factor.has_value()) << c.text;
+    EXPECT_DOUBLE_EQ(*factor, units.Units()[units.Find(c.id)].Factor()) << c.text;
+  }
+  std::string why;
+  EXPECT_FALSE(fiofla::ParsePressureUnit("psig", &why).has_value());
+  EXPECT_NE(why.find("gauge pressure"), std::string::npos) << why;
+  EXPECT_FALSE(fiofla::ParsePressureUnit("furlong").has_value());
+}

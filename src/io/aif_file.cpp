@@ -433,9 +433,10 @@ std::string FormatAif(const IsothermData& iso, const IsothermWriteOptions& optio
   const CUnits pressureUnits = PressureUnits();
   const std::size_t pressureIndex =
       io_detail::PressureUnitIndex(pressureText, source, "pressure unit to write");
-  const CUnits loadingUnits = LoadingUnitsFor(info, options.gasCache);
-  const std::size_t loadingIndex =
-      io_detail::LoadingUnitIndex(loadingUnits, loadingText, info, source, "loading unit to write");
+  const auto resolved = io_detail::ResolveLoadingUnit(loadingText, info, options.gasCache,
+                                                      {NAN, NAN}, source, "loading unit to write");
+  const CUnits& loadingUnits = resolved.units;
+  const std::size_t loadingIndex = resolved.index;
 
   // Temperature and mass in the kept unit items; K and g otherwise, whose unit items go
   // right after the kept ones, where reading the file back will keep them.

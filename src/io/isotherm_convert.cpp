@@ -18,6 +18,7 @@
 #include "fiofla/io/isotherm_file.h"
 #include "fiofla/io/measurement_file.h"
 #include "fiofla/measurement.h"
+#include "fiofla/units/unit_text.h"
 #include "isotherm_internal.h"
 
 namespace fiofla {
@@ -108,22 +109,80 @@ namespace io_detail {
 std::size_t PressureUnitIndex(const std::string& text, const std::string& source,
                               const std::string& where) {
   if (text.empty()) Fail(source, "no pressure unit" + Where(where));
-  const int index = FindPressureUnit(text);
-  if (index < 0)
-    Fail(source, "unknown pressure unit '" + text + "'" + Where(where) +
-                     "; known: " + UnitList(PressureUnits()));
-  return static_cast<std::size_t>(index);
+  std::string why;
+  const std::string id = PressureUnitId(text, &why);
+  if (id.empty())
+    Fail(source, (why.empty() ? "unknown pressure unit '" + text + "'" : why) + Where(where) +
+                     "; known: " + UnitList(PressureUnits()) + " (any letter case)");
+  return static_cast<std::size_t>(PressureUnits().Find(CStr(id)));
 }
 
-std::size_t LoadingUnitIndex(const CUnits& units, const std::string& text, const IsothermInfo& info,
-                             const std::string& source, const std::string& where) {
-  const int index = units.Find(CStr(text));
-  if (index < 0)
-    Fail(source,
-         "unknown loading unit '" + text + "'" + Where(where) + "; known: " + UnitList(units));
-  if (!units.CanConvert(static_cast<std::size_t>(index)))
-    Fail(source, WhyNoConversion(units, static_cast<std::size_t>(index), info) + Where(where));
-  return static_cast<std::size_t>(index);
+ResolvedLoadingUnit ResolveLoadingUnit(const std::string& text, const IsothermInfo& info,
+                                       CGasCompressibilityCache* cache,
+                                       const AdsorbentProperties& adsorbent,
+                                       const std::string& source, const std::string& where) {
+  const auto spec = ParseLoadingUnit(text);
+  if (!spec)
+    Fail(source, "unknown loading unit '" + text + "'" + Where(where) + "; " + LoadingUnitHint());
+  ResolvedLoadingUnit resolved{fcn_UT_GasAmountAdsorbed(), 0};
+  // A standard spelling keeps its standard unit, so writers name it the usual way.
+  const int standard = resolved.units.Find(CStr(text));
+  if (standard >= 0 && spec->basis == MaterialBasis::kMass) {
+    resolved.index = static_cast<std::size_t>(standard);
+  } else {
+    double factor = spec->amountFactor;
+    int molarMassPower = 0, densityPower = 0;
+    switch (spec->amount) {
+      case AmountKind::kGasVolume:
+        break;
+      case AmountKind::kMoles:
+        factor *= kMolarVolumeStpCm3PerMol / 1000.0;
+        break;
+      case AmountKind::kMass:  // mg / (g/mol) = mmol
+        factor *= kMolarVolumeStpCm3PerMol / 1000.0;
+        molarMassPower = -1;
+        break;
+      case AmountKind::kLiquidVolume:  // cm3 * g/cm3 / (g/mol) = mol
+        factor *= kMolarVolumeStpCm3PerMol;
+        molarMassPower = -1;
+        densityPower = 1;
+        break;
+    }
+    switch (spec->basis) {
+      case MaterialBasis::kMass:
+        factor /= spec->basisFactor;
+        break;
+      case MaterialBasis::kVolume:
+        if (!(adsorbent.densityGPerCm3 > 0.0))
+          Fail(source, "loadings per volume of adsorbent ('" + text + "'" + Where(where) +
+                           ") need the material's density; give it with --material-density "
+                           "G/CM3");
+        factor /= spec->basisFactor * adsorbent.densityGPerCm3;
+        break;
+      case MaterialBasis::kMolar:
+        if (!(adsorbent.molarMassGPerMol > 0.0))
+          Fail(source, "loadings per formula unit ('" + text + "'" + Where(where) +
+                           ") need the adsorbent's molar mass; give it with "
+                           "--adsorbent-molar-mass G/MOL");
+        factor /= spec->basisFactor * adsorbent.molarMassGPerMol;
+        break;
+    }
+    std::vector<CUnitsStr> list = resolved.units.Units();
+    list.push_back(
+        CUnitsStr(CStr(text), CStr(text), factor).SetParameterPowers(molarMassPower, densityPower));
+    resolved.units = CUnits(resolved.units.Name(), std::move(list));
+    resolved.index = resolved.units.Units().size() - 1;
+  }
+  const CUnitsStr& unit = resolved.units.Units()[resolved.index];
+  // The gas table is read only when the unit needs what it gives.
+  if (unit.MolarMassPower() != 0 || unit.LiquidDensityPower() != 0) {
+    const CUnits withGas = LoadingUnitsFor(info, cache);
+    resolved.units.SetMolarMass(withGas.MolarMass());
+    resolved.units.SetLiquidDensity(withGas.LiquidDensity());
+  }
+  if (!resolved.units.CanConvert(resolved.index))
+    Fail(source, WhyNoConversion(resolved.units, resolved.index, info) + Where(where));
+  return resolved;
 }
 
 std::string FormatValue(double value) {
@@ -218,7 +277,8 @@ std::string GasTableName(const std::string& adsorptive) {
 }
 
 int FindPressureUnit(const std::string& unitText) {
-  return PressureUnits().Find(CStr(unitText));
+  const std::string id = PressureUnitId(unitText);
+  return id.empty() ? -1 : PressureUnits().Find(CStr(id));
 }
 
 CUnits LoadingUnitsFor(const IsothermInfo& info, CGasCompressibilityCache* cache) {
@@ -304,13 +364,14 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
   }
 
   // Loadings.
-  const CUnits loadingUnits = LoadingUnitsFor(iso.info, options.gasCache);
   const std::string loadingText = raw.loadingUnit.empty() ? "cm3/g STP" : raw.loadingUnit;
-  const std::size_t loadingIndex = io_detail::LoadingUnitIndex(loadingUnits, loadingText, iso.info,
-                                                               raw.source, raw.loadingUnitWhere);
+  const io_detail::ResolvedLoadingUnit loading = io_detail::ResolveLoadingUnit(
+      loadingText, iso.info, options.gasCache,
+      {options.adsorbentMolarMassGPerMol, options.materialDensityGPerCm3}, raw.source,
+      raw.loadingUnitWhere);
   iso.quantityAdsorbedCm3PerGStp.reserve(n);
   for (double q : raw.loading)
-    iso.quantityAdsorbedCm3PerGStp.push_back(loadingUnits.ToInternal(q, loadingIndex));
+    iso.quantityAdsorbedCm3PerGStp.push_back(loading.units.ToInternal(q, loading.index));
   iso.info.loadingUnit = loadingText;
 
   for (std::size_t i = 0; i < n; ++i) {

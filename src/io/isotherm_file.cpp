@@ -238,7 +238,9 @@ IsothermData ParseIsothermCsv(std::istream& in, const std::string& name,
              "header has no relative-pressure column (relative_pressure or p/p0) and no pressure "
              "column (pressure [unit])");
       if (col[int(Role::kPressure)] >= 0 && raw.pressureUnit.empty())
-        Fail(name, lineNo, "pressure column has no unit; write it as 'pressure [kPa]'");
+        Fail(name, lineNo,
+             "pressure column has no unit; write it as 'pressure [kPa]', or name it "
+             "'relative_pressure' if it holds P/Po");
       if (col[int(Role::kLoading)] < 0)
         Fail(name, lineNo, "header has no loading column (loading [unit] or quantity_adsorbed)");
       continue;
@@ -292,12 +294,13 @@ std::string FormatIsothermCsv(const IsothermData& iso, const IsothermWriteOption
   const std::size_t pressureIndex =
       absolute || withPo ? io_detail::PressureUnitIndex(pressureText, iso.source, "pressure unit")
                          : 0;
-  const CUnits loadingUnits = LoadingUnitsFor(info, options.gasCache);
   const std::string loadingText = !options.loadingUnit.empty() ? options.loadingUnit
                                   : !info.loadingUnit.empty()  ? info.loadingUnit
                                                                : "cm3/g STP";
-  const std::size_t loadingIndex =
-      io_detail::LoadingUnitIndex(loadingUnits, loadingText, info, iso.source, "loading unit");
+  const auto resolved = io_detail::ResolveLoadingUnit(loadingText, info, options.gasCache,
+                                                      {NAN, NAN}, iso.source, "loading unit");
+  const CUnits& loadingUnits = resolved.units;
+  const std::size_t loadingIndex = resolved.index;
   if (absolute || withPo) pressureText = pressureUnits.Units()[pressureIndex].Id().str();
   const std::string loadingId = loadingUnits.Units()[loadingIndex].Id().str();
 

@@ -13,10 +13,26 @@ namespace fiofla::io_detail {
 std::size_t PressureUnitIndex(const std::string& text, const std::string& source,
                               const std::string& where);
 
-/// Index of the loading unit `text` in `units` (from LoadingUnitsFor); throws InputError
-/// naming source and where when the unit is unknown or cannot convert for `info`.
-std::size_t LoadingUnitIndex(const CUnits& units, const std::string& text, const IsothermInfo& info,
-                             const std::string& source, const std::string& where);
+/// What a loading unit may need to know of the adsorbent; NaN when not known.
+struct AdsorbentProperties {
+  double molarMassGPerMol;  ///< for loadings per formula unit (mol/mol)
+  double densityGPerCm3;    ///< for loadings per volume of adsorbent
+};
+
+/// A loading unit text resolved for an isotherm: a unit list that converts it (with the
+/// adsorptive's molar mass and liquid density set when the unit needs them) and its index.
+struct ResolvedLoadingUnit {
+  CUnits units;
+  std::size_t index;
+};
+
+/// Reads `text` by the loading-unit grammar (units/unit_text.h); the adsorptive's gas table
+/// is read only for mass and liquid-volume units. Throws InputError naming source and where
+/// when the text is no unit or cannot convert for `info` and `adsorbent`.
+ResolvedLoadingUnit ResolveLoadingUnit(const std::string& text, const IsothermInfo& info,
+                                       CGasCompressibilityCache* cache,
+                                       const AdsorbentProperties& adsorbent,
+                                       const std::string& source, const std::string& where);
 
 /// A value as files get it: 15 significant digits, so that a value read, converted to
 /// the library's units and back prints as it was written.

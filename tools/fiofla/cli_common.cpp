@@ -7,6 +7,7 @@
 
 #include "fiofla/measurement.h"
 #include "fiofla/types.h"
+#include "fiofla/units/unit_text.h"
 
 namespace fiofla::cli {
 namespace {
@@ -45,6 +46,21 @@ void AddInputOptions(CLI::App* cmd, IsothermReadOptions& options,
          "Po with its unit (e.g. 101.325kPa, '760 mmHg') for files that give absolute\n"
          "pressures; replaces the file's own Po")
       ->type_name("P");
+  cmd->add_option_function<std::string>(
+         "--adsorbent-molar-mass",
+         [&options](const std::string& v) {
+           options.adsorbentMolarMassGPerMol = ParsePositive("--adsorbent-molar-mass", v);
+         },
+         "molar mass of the adsorbent's formula unit, g/mol, for loadings per formula unit\n"
+         "(mol/mol)")
+      ->type_name("G/MOL");
+  cmd->add_option_function<std::string>(
+         "--material-density",
+         [&options](const std::string& v) {
+           options.materialDensityGPerCm3 = ParsePositive("--material-density", v);
+         },
+         "density of the adsorbent, g/cm3, for loadings per volume of material")
+      ->type_name("G/CM3");
 }
 
 void AddFileOperand(CLI::App* cmd, std::string& file) {
@@ -78,10 +94,11 @@ double ParsePressure(const std::string& text, const std::string& option) {
     throw UsageError{option + " '" + text + "' is not a positive pressure with a unit"};
   if (unit.empty())
     throw UsageError{option + " '" + text + "' has no unit; write e.g. 101.325kPa or '760 mmHg'"};
-  const CUnits units = PressureUnits();
-  const int index = units.Find(CStr(unit));
-  if (index < 0) throw UsageError{option + ": unknown pressure unit '" + unit + "'"};
-  return units.ToInternal(value, static_cast<std::size_t>(index));
+  std::string why;
+  const auto mmHgPerUnit = ParsePressureUnit(unit, &why);
+  if (!mmHgPerUnit)
+    throw UsageError{option + ": " + (why.empty() ? "unknown pressure unit '" + unit + "'" : why)};
+  return value * *mmHgPerUnit;
 }
 
 std::optional<double> ToDouble(const std::string& text) {

@@ -4,6 +4,7 @@
 #include "cli_common.h"
 #include "fiofla/io/aif_file.h"
 #include "fiofla/io/file_util.h"
+#include "fiofla/units/unit_text.h"
 
 namespace fiofla::cli {
 namespace {
@@ -79,12 +80,13 @@ void AddConvertCommand(CLI::App& app, Commands& commands) {
   cmd->add_option_function<std::string>(
          "--loading-unit",
          [o](const std::string& v) {
-           if (fcn_UT_GasAmountAdsorbed().Find(CStr(v)) < 0)
-             throw UsageError{"--loading-unit '" + v + "' is not a loading unit"};
+           if (!ParseLoadingUnit(v))
+             throw UsageError{"--loading-unit '" + v + "' is not a loading unit; " +
+                              LoadingUnitHint()};
            o->write.loadingUnit = v;
          },
-         "cm3/g STP, mmol/g, mol/kg, mg/g or cm3 liq/g (the last two need an adsorptive\n"
-         "with a gas table)")
+         "cm3/g STP, mmol/g, mol/kg, mg/g, cm3 liq/g or any amount per mass (mass and\n"
+         "liquid volume need an adsorptive with a gas table)")
       ->type_name("U");
   AddInputOptions(cmd, o->input);
   commands.Add(cmd, [o](Streams& io) { return Convert(*o, io); });

@@ -9,9 +9,12 @@
 //   - NIST ISODB isotherm JSON, read;
 //   - fiofla measurement files (raw runs), which are reduced first.
 //
-// Units. Pressures convert through fiofla::PressureUnits() (Pa, kPa, MPa, bar, mbar, atm,
-// torr, mmHg, psi) and loadings through fcn_UT_GasAmountAdsorbed() (cm3/g STP, mmol/g,
-// mol/kg, mg/g, cm3 liquid/g); STP is 273.15 K and 1 atm. Mass and liquid-volume loadings
+// Units. Unit texts are read by the grammar of units/unit_text.h, so "ml(STP) g-1",
+// "cm³(STP)/g" and "mmol g^-1" are understood as written: pressures in Pa, kPa, MPa, bar,
+// mbar, atm, torr, mmHg or psi (any case), loadings as a volume of gas at STP, moles, mass
+// or liquid volume per mass, volume or formula unit of adsorbent. STP is 273.15 K and 1 atm.
+// Loadings per volume of adsorbent need IsothermReadOptions::materialDensityGPerCm3, per
+// formula unit IsothermReadOptions::adsorbentMolarMassGPerMol. Mass and liquid-volume loadings
 // need the adsorptive's molar mass and liquid density, taken from its gas table (liquid
 // density at the isotherm's temperature), so they are accepted only for a known adsorptive.
 //
@@ -142,6 +145,11 @@ struct IsothermReadOptions {
   /// Where gas tables come from (molar mass, liquid density, saturation pressure); null
   /// for the library's cache.
   CGasCompressibilityCache* gasCache = nullptr;
+  /// Molar mass of the adsorbent's formula unit, g/mol, for loadings per formula unit
+  /// (mol/mol, as NIST ISODB gives some); NaN when not known.
+  double adsorbentMolarMassGPerMol = std::numeric_limits<double>::quiet_NaN();
+  /// Density of the adsorbent, g/cm3, for loadings per volume of material; NaN when not known.
+  double materialDensityGPerCm3 = std::numeric_limits<double>::quiet_NaN();
 };
 
 /// The name of a format ("csv", "aif", "isodb", "measurement"; "auto").
