@@ -1,6 +1,7 @@
-// Fuzz target for the isotherm readers (CSV, AIF, ISODB JSON; the first byte picks one).
-// Any input must be read or refused with an InputError, never crash; what is read must be
-// consistent, and writing it as CSV (and as AIF when it has pressures) must read back.
+// Fuzz target for the isotherm readers (CSV, AIF, ISODB JSON, pyGAPS JSON and CSV, or the
+// format found by content; the first byte picks one). Any input must be read or refused with
+// an InputError, never crash; what is read must be consistent, and writing it as CSV, pyGAPS
+// JSON (and as AIF when it has pressures) must read back.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include "fiofla/io/aif_file.h"
 #include "fiofla/io/isodb_file.h"
 #include "fiofla/io/isotherm_file.h"
+#include "fiofla/io/pygaps_file.h"
 
 namespace {
 
@@ -42,15 +44,39 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
   fiofla::IsothermData iso;
   try {
-    switch (data[0] % 3) {
-      case 0:
-        iso = ReadCsv(text);
-        break;
+    fiofla::IsothermFormat format = fiofla::IsothermFormat::kCsv;
+    switch (data[0] % 6) {
       case 1:
+        format = fiofla::IsothermFormat::kAif;
+        break;
+      case 2:
+        format = fiofla::IsothermFormat::kIsodb;
+        break;
+      case 3:
+        format = fiofla::IsothermFormat::kPygapsJson;
+        break;
+      case 4:
+        format = fiofla::IsothermFormat::kPygapsCsv;
+        break;
+      case 5:
+        format = fiofla::DetectFormatOfText("fuzz", text);
+        break;
+    }
+    switch (format) {
+      case fiofla::IsothermFormat::kAif:
         iso = fiofla::ParseAif(text, "fuzz.aif");
         break;
-      default:
+      case fiofla::IsothermFormat::kIsodb:
         iso = fiofla::ParseIsodbJson(text, "fuzz.json");
+        break;
+      case fiofla::IsothermFormat::kPygapsJson:
+        iso = fiofla::ParsePygapsJson(text, "fuzz.json");
+        break;
+      case fiofla::IsothermFormat::kPygapsCsv:
+        iso = fiofla::ParsePygapsCsv(text, "fuzz.csv");
+        break;
+      default:  // measurement files have their own target's worth of checks elsewhere
+        iso = ReadCsv(text);
         break;
     }
   } catch (const fiofla::InputError&) {
@@ -61,6 +87,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // Values the readers accept may still overflow in another unit; that is a refusal too.
   try {
     const fiofla::IsothermData back = ReadCsv(fiofla::FormatIsothermCsv(iso));
+    Check(back.size() == iso.size() && back.branch == iso.branch);
+  } catch (const fiofla::InputError&) {
+  }
+  try {
+    const fiofla::IsothermData back =
+        fiofla::ParsePygapsJson(fiofla::FormatPygapsJson(iso), "back.json");
     Check(back.size() == iso.size() && back.branch == iso.branch);
   } catch (const fiofla::InputError&) {
   }

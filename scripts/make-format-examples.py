@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Writes the AIF and NIST ISODB JSON examples from data/examples/n2_77k_silica.csv.
+"""Writes the AIF, NIST ISODB and pyGAPS examples from data/examples/n2_77k_silica.csv.
 
-The three files hold the same isotherm in different units (CSV: P/Po and cm3/g STP; AIF:
-kPa with Po = 101.325 kPa and mmol/g; ISODB: bar and mmol/g, Po = 1.01325 bar given on the
-command line), so the test suite can check that every reader gives the same BET area.
-Pressures are exact decimal multiples; loadings keep 15 significant digits.
+The files hold the same isotherm in different units (CSV: P/Po and cm3/g STP; AIF: kPa
+with Po = 101.325 kPa and mmol/g; ISODB: bar and mmol/g, Po = 1.01325 bar given on the
+command line; pyGAPS JSON: P/Po and mg/g; pyGAPS CSV: kPa and mol/kg, Po = 101.325 kPa
+given on the command line), so the test suite can check that every reader gives the same
+BET area. Pressures are exact decimal multiples; loadings keep 15 significant digits.
 """
 import json
 import pathlib
@@ -86,7 +87,65 @@ def write_isodb(ads, des):
     (EXAMPLES / "n2_77k_silica_isodb.json").write_text(json.dumps(doc, indent=1) + "\n")
 
 
+def nitrogen_molar_mass():
+    table = json.loads((ROOT / "data" / "gases" / "nitrogen.fpi").read_text())
+    return Decimal(repr(table["molecular weight"]))
+
+
+def write_pygaps_json(ads, des):
+    mg_per_mmol = nitrogen_molar_mass()
+    data = []
+    for i, (x, q) in enumerate(ads + des):
+        point = {"pressure": float(x), "loading": float(g15(q / CM3_STP_PER_MMOL * mg_per_mmol))}
+        if i >= len(ads):
+            point["branch"] = "des"
+        data.append(point)
+    doc = {
+        "file_version": "3.0",
+        "adsorbate": "nitrogen",
+        "material": {"name": "silica S-1"},
+        "temperature": 77.35,
+        "temperature_unit": "K",
+        "pressure_mode": "relative",
+        "pressure_unit": None,
+        "loading_basis": "mass",
+        "loading_unit": "mg",
+        "material_basis": "mass",
+        "material_unit": "g",
+        "comment": "synthetic isotherm made for fiofla's examples; not a measurement",
+        "isotherm_data": data,
+    }
+    text = json.dumps(doc, indent=4, sort_keys=True)
+    (EXAMPLES / "n2_77k_silica_pygaps.json").write_text(text + "\n")
+
+
+def write_pygaps_csv(ads, des):
+    p0 = Decimal("101.325")
+    out = [
+        "file_version,3.0",
+        "pressure_mode,absolute",
+        "pressure_unit,kPa",
+        "material_basis,mass",
+        "material_unit,kg",
+        "loading_basis,molar",
+        "loading_unit,mol",
+        "temperature_unit,K",
+        "adsorbate,nitrogen",
+        "material,silica S-1",
+        "temperature,77.35",
+        "comment,synthetic isotherm made for fiofla's examples; not a measurement",
+        "data:[pressure,loading,branch,(otherdata)]",
+        "pressure,loading,branch",
+    ]
+    for i, (x, q) in enumerate(ads + des):
+        branch = "des" if i >= len(ads) else "ads"
+        out.append(f"{format((x * p0).normalize(), 'f')},{g15(q / CM3_STP_PER_MMOL)},{branch}")
+    (EXAMPLES / "n2_77k_silica_pygaps.csv").write_text("\n".join(out) + "\n")
+
+
 if __name__ == "__main__":
     adsorption, desorption = read_csv()
     write_aif(adsorption, desorption)
     write_isodb(adsorption, desorption)
+    write_pygaps_json(adsorption, desorption)
+    write_pygaps_csv(adsorption, desorption)

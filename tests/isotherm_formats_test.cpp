@@ -31,6 +31,11 @@ TEST(IsothermFormats, BundledExamplesGiveTheSameBetArea) {
   p0.poMmHg = 760.0;  // 1.01325 bar, as the ISODB example was written with
   const IsothermData isodb =
       fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica_isodb.json"), p0);
+  const IsothermData pygaps =
+      fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica_pygaps.json"));
+  p0.poMmHg = 760.0;  // 101.325 kPa for the pyGAPS CSV's absolute pressures
+  const IsothermData pygapsCsv =
+      fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica_pygaps.csv"), p0);
 
   ASSERT_EQ(aif.size(), csv.size());
   ASSERT_EQ(isodb.size(), csv.size());
@@ -43,6 +48,12 @@ TEST(IsothermFormats, BundledExamplesGiveTheSameBetArea) {
   EXPECT_GT(area, 300.0);
   EXPECT_REL_CLOSE(BetArea(aif), area, 1e-9);
   EXPECT_REL_CLOSE(BetArea(isodb), area, 1e-9);
+  for (const IsothermData* other : {&pygaps, &pygapsCsv}) {
+    ASSERT_EQ(other->size(), csv.size());
+    EXPECT_EQ(other->branch, csv.branch);
+    EXPECT_EQ(other->info.material, "silica S-1");
+    EXPECT_REL_CLOSE(BetArea(*other), area, 1e-9);
+  }
 }
 
 TEST(IsothermFormats, ConvertingThroughEveryFormatAndUnitKeepsTheBetArea) {

@@ -413,11 +413,19 @@ TEST(ToolFiles, EveryFormatGivesTheSameAreaAndConvertWritesThemBack) {
   EXPECT_EQ(RunTool({"convert", csv, "-o", back}).code, 0);
   EXPECT_NE(ReadFile(back).find("_units_loading     mg/g"), std::string::npos) << ReadFile(back);
   EXPECT_REL_CLOSE(JsonArea(RunTool({"bet", back, "--json"})), area, 1e-9);
-  // An extension that says nothing, with --format.
+  // An extension that says nothing: the content does, and --format may say it too.
   const std::string odd = TempPath("aif-as.txt");
   std::filesystem::copy_file(back, odd, std::filesystem::copy_options::overwrite_existing);
-  EXPECT_EQ(RunTool({"bet", odd}).code, fiofla::cli::kExitInputError);
+  EXPECT_REL_CLOSE(JsonArea(RunTool({"bet", odd, "--json"})), area, 1e-9);
   EXPECT_REL_CLOSE(JsonArea(RunTool({"bet", odd, "--format", "aif", "--json"})), area, 1e-9);
+  EXPECT_EQ(RunTool({"bet", odd, "--format", "isodb"}).code, fiofla::cli::kExitInputError);
+  // pyGAPS JSON by extension or --to, read back by content.
+  const std::string pygaps = TempPath("converted.json");
+  EXPECT_EQ(RunTool({"convert", aif, "-o", pygaps}).code, 0);
+  EXPECT_NE(ReadFile(pygaps).find("\"pressure_mode\": \"relative\""), std::string::npos);
+  EXPECT_REL_CLOSE(JsonArea(RunTool({"bet", pygaps, "--json"})), area, 1e-12);
+  EXPECT_EQ(RunTool({"convert", pygaps, "--to", "pygaps"}).out, ReadFile(pygaps));
+  std::remove(pygaps.c_str());
   const auto printed = RunTool({"convert", isodb, "--to", "aif", "--p0", "760 mmHg"});
   EXPECT_EQ(printed.code, 0) << printed.err;
   EXPECT_EQ(printed.out.find("# adsorbent"), std::string::npos);
@@ -436,7 +444,7 @@ TEST(ToolFiles, BadOptionsAndUnwritableOutputs) {
       {{"tplot", aif, "--p0", "-1kPa"}, "is not a positive pressure"},
       {{"bjh", aif, "--p0", "1 furlong"}, "unknown pressure unit 'furlong'"},
       {{"convert", aif, "--loading-unit", "furlong/g"}, "is not a loading unit"},
-      {{"convert", aif, "--to", "isodb"}, "is not csv or aif"},
+      {{"convert", aif, "--to", "isodb"}, "is not csv, aif or pygaps"},
   };
   for (const auto& c : cases) {
     const auto run = RunTool(c.args);

@@ -1,5 +1,4 @@
-// Conversion of what isotherm files give into IsothermData, shared by every reader, and
-// the choice of reader by format.
+// Conversion of what isotherm files give into IsothermData, shared by every reader.
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -185,6 +184,11 @@ ResolvedLoadingUnit ResolveLoadingUnit(const std::string& text, const IsothermIn
   return resolved;
 }
 
+const CGasCompressibilityTable* AdsorptiveTable(const IsothermInfo& info,
+                                                CGasCompressibilityCache* cache) {
+  return TableOf(info.adsorptive, cache);
+}
+
 std::string FormatValue(double value) {
   // to_chars prints what "%.15g" would, locale-free and about three times faster.
   char buf[32];
@@ -216,46 +220,6 @@ std::string ReadTextFile(const std::string& path) {
 std::string IsothermData::PointName(std::size_t i) const {
   if (i < sourceLine.size() && sourceLine[i] > 0) return "line " + std::to_string(sourceLine[i]);
   return "point " + std::to_string(i + 1);
-}
-
-const char* FormatName(IsothermFormat format) {
-  switch (format) {
-    case IsothermFormat::kCsv:
-      return "csv";
-    case IsothermFormat::kAif:
-      return "aif";
-    case IsothermFormat::kIsodb:
-      return "isodb";
-    case IsothermFormat::kMeasurement:
-      return "measurement";
-    case IsothermFormat::kAuto:
-      break;
-  }
-  return "auto";
-}
-
-bool FormatFromName(const std::string& name, IsothermFormat* format) {
-  const std::string wanted = Squeezed(name);
-  for (IsothermFormat f : {IsothermFormat::kAuto, IsothermFormat::kCsv, IsothermFormat::kAif,
-                           IsothermFormat::kIsodb, IsothermFormat::kMeasurement}) {
-    if (wanted == FormatName(f)) {
-      *format = f;
-      return true;
-    }
-  }
-  return false;
-}
-
-IsothermFormat DetectFormat(const std::string& path) {
-  if (LooksLikeMeasurementFile(path)) return IsothermFormat::kMeasurement;
-  const auto dot = path.find_last_of('.');
-  const auto slash = path.find_last_of('/');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
-    return IsothermFormat::kCsv;
-  const std::string ext = Squeezed(path.substr(dot + 1));
-  if (ext == "aif" || ext == "cif") return IsothermFormat::kAif;
-  if (ext == "json") return IsothermFormat::kIsodb;
-  return IsothermFormat::kCsv;
 }
 
 std::string GasTableName(const std::string& adsorptive) {
@@ -388,55 +352,6 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
   iso.sourceLine =
       raw.sourceLine.empty() ? std::vector<std::size_t>(n, 0) : std::move(raw.sourceLine);
   return iso;
-}
-
-IsothermData ReadIsothermFile(const std::string& path, const IsothermReadOptions& options) {
-  IsothermFormat format = options.format;
-  if (format == IsothermFormat::kAuto) format = DetectFormat(path);
-  switch (format) {
-    case IsothermFormat::kAif:
-      return ReadAifFile(path, options);
-    case IsothermFormat::kIsodb:
-      return ReadIsodbFile(path, options);
-    case IsothermFormat::kMeasurement: {
-      const ReducedIsotherm reduced =
-          ReduceMeasurement(ReadMeasurementFile(path), CacheOf(options.gasCache));
-      if (reduced.convertedPoints == 0) Fail(path, "no point has a relative pressure");
-      IsothermData iso = reduced.ToIsothermData();
-      // A Po given by the caller replaces the run's own here too.
-      if (std::isfinite(options.poMmHg)) {
-        if (!(options.poMmHg > 0.0))
-          Fail(path, "the Po given (" + Short(options.poMmHg) + " mmHg) is not positive");
-        iso.poMmHg.assign(iso.size(), options.poMmHg);
-        for (std::size_t i = 0; i < iso.size(); ++i)
-          iso.relativePressure[i] = iso.pressureMmHg[i] / options.poMmHg;
-      }
-      if (reduced.poStoppedAt)
-        iso.notes.push_back(
-            "Po is not positive at point " + std::to_string(*reduced.poStoppedAt + 1) +
-            " (t = " + Short(reduced.timeS[*reduced.poStoppedAt]) +
-            " s); conversion stops there, " + std::to_string(reduced.convertedPoints) + " of " +
-            std::to_string(reduced.timeS.size()) + " points are used");
-      return iso;
-    }
-    case IsothermFormat::kCsv:
-    case IsothermFormat::kAuto:
-      break;
-  }
-  return ReadIsothermCsv(path, options);
-}
-
-void WriteIsothermFile(const std::string& path, const IsothermData& iso, IsothermFormat format,
-                       const IsothermWriteOptions& options) {
-  std::string text;
-  if (format == IsothermFormat::kAif)
-    text = FormatAif(iso, options);
-  else if (format == IsothermFormat::kCsv)
-    text = FormatIsothermCsv(iso, options);
-  else
-    Fail(path, std::string("cannot write the ") + FormatName(format) + " format (csv or aif only)");
-  std::string error;
-  if (!WriteFileAtomically(path, text, &error)) throw InputError(error);
 }
 
 }  // namespace fiofla

@@ -6,6 +6,8 @@
 
 #include "fiofla/io/isotherm_file.h"
 
+class CGasCompressibilityTable;
+
 namespace fiofla::io_detail {
 
 /// Index of the pressure unit `text` in PressureUnits(); throws InputError
@@ -33,6 +35,10 @@ ResolvedLoadingUnit ResolveLoadingUnit(const std::string& text, const IsothermIn
                                        CGasCompressibilityCache* cache,
                                        const AdsorbentProperties& adsorbent,
                                        const std::string& source, const std::string& where);
+
+/// The gas table of the isotherm's adsorptive; null when it has none or it does not read.
+const CGasCompressibilityTable* AdsorptiveTable(const IsothermInfo& info,
+                                                CGasCompressibilityCache* cache);
 
 /// A value as files get it: 15 significant digits, so that a value read, converted to
 /// the library's units and back prints as it was written.

@@ -292,6 +292,11 @@ bool LooksLikeMeasurementFile(const std::string& path) {
   std::string head(64 * 1024, '\0');
   in.read(&head[0], std::streamsize(head.size()));
   head.resize(std::size_t(in.gcount()));
+  return LooksLikeMeasurementText(head);
+}
+
+bool LooksLikeMeasurementText(const std::string& text) {
+  const std::string head = text.substr(0, 64 * 1024);
   const std::size_t first = head.find_first_not_of(" \t\r\n");
   return first != std::string::npos && head[first] == '{' &&
          head.find(std::string("\"") + kFormatName + "\"") != std::string::npos;

@@ -15,8 +15,7 @@ namespace {
 // The input formats by name, for help and messages.
 std::string FormatNames() {
   std::string names;
-  for (IsothermFormat f : {IsothermFormat::kAuto, IsothermFormat::kCsv, IsothermFormat::kAif,
-                           IsothermFormat::kIsodb, IsothermFormat::kMeasurement})
+  for (IsothermFormat f : AllFormats())
     names += (names.empty() ? "" : ", ") + std::string(FormatName(f));
   return names;
 }

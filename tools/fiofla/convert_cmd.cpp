@@ -1,9 +1,10 @@
-// `fiofla convert`: an isotherm from any format the readers take into CSV or AIF, in the
-// units asked for.
+// `fiofla convert`: an isotherm from any format the readers take into CSV, AIF or pyGAPS
+// JSON, in the units asked for.
 #include "cli.h"
 #include "cli_common.h"
 #include "fiofla/io/aif_file.h"
 #include "fiofla/io/file_util.h"
+#include "fiofla/io/pygaps_file.h"
 #include "fiofla/units/unit_text.h"
 
 namespace fiofla::cli {
@@ -17,11 +18,24 @@ struct ConvertOptions {
   IsothermWriteOptions write;
 };
 
+// By --to, else by the extension of OUT: .aif/.cif AIF, .json pyGAPS (the one JSON written).
 IsothermFormat OutputFormat(const ConvertOptions& o) {
   if (o.to) return *o.to;
-  if (!o.output.empty() && DetectFormat(o.output) == IsothermFormat::kAif)
-    return IsothermFormat::kAif;
+  const auto dot = o.output.find_last_of('.');
+  if (dot == std::string::npos || o.output.find('/', dot) != std::string::npos)
+    return IsothermFormat::kCsv;
+  std::string ext = o.output.substr(dot + 1);
+  for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  if (ext == "aif" || ext == "cif") return IsothermFormat::kAif;
+  if (ext == "json") return IsothermFormat::kPygapsJson;
   return IsothermFormat::kCsv;
+}
+
+std::string Formatted(const IsothermData& iso, IsothermFormat format,
+                      const IsothermWriteOptions& options) {
+  if (format == IsothermFormat::kAif) return FormatAif(iso, options);
+  if (format == IsothermFormat::kPygapsJson) return FormatPygapsJson(iso, options);
+  return FormatIsothermCsv(iso, options);
 }
 
 int Convert(const ConvertOptions& o, Streams& io) {
@@ -29,8 +43,7 @@ int Convert(const ConvertOptions& o, Streams& io) {
   const IsothermData iso = LoadIsotherm(o.file, o.input, io.err);
   const IsothermFormat format = OutputFormat(o);
   if (o.output.empty())
-    io.out << (format == IsothermFormat::kAif ? FormatAif(iso, o.write)
-                                              : FormatIsothermCsv(iso, o.write));
+    io.out << Formatted(iso, format, o.write);
   else
     WriteIsothermFile(o.output, iso, format, o.write);
   return kExitOk;
@@ -41,10 +54,12 @@ int Convert(const ConvertOptions& o, Streams& io) {
 void AddConvertCommand(CLI::App& app, Commands& commands) {
   auto o = std::make_shared<ConvertOptions>();
   CLI::App* cmd = AddCommand(
-      app, "convert", "an isotherm in another format (CSV, AIF) and other units",
-      "Reads an isotherm and writes it as CSV or AIF: every point in measured order with\n"
-      "its branch, the adsorptive, temperature, sample mass and material, in the file's\n"
-      "own units unless others are asked for.\n",
+      app, "convert", "an isotherm in another format (CSV, AIF, pyGAPS) and other units",
+      "Reads an isotherm and writes it as CSV, AIF or pyGAPS JSON: every point in measured\n"
+      "order with its branch, the adsorptive, temperature, sample mass and material, in the\n"
+      "file's own units unless others are asked for. pyGAPS JSON holds P/Po (so pyGAPS\n"
+      "works from the same relative pressures) and, when known, the absolute pressure and\n"
+      "Po of every point.\n",
       "exit codes: 0 ok, 1 unreadable or malformed file, a unit the isotherm cannot be\n"
       "            written in, or an unwritable OUT; 2 bad arguments\n");
   AddFileOperand(cmd, o->file);
@@ -54,19 +69,20 @@ void AddConvertCommand(CLI::App& app, Commands& commands) {
            if (v.empty()) throw UsageError{"--output needs a file name"};
            o->output = v;
          },
-         "write there (format from the extension: .aif/.cif AIF, else CSV); without it\n"
-         "the result goes to standard output. OUT is replaced only once the whole file\n"
-         "is ready")
+         "write there (format from the extension: .aif/.cif AIF, .json pyGAPS, else\n"
+         "CSV); without it the result goes to standard output. OUT is replaced only once\n"
+         "the whole file is ready")
       ->type_name("OUT");
   cmd->add_option_function<std::string>(
          "--to",
          [o](const std::string& v) {
            IsothermFormat f;
-           if (!FormatFromName(v, &f) || (f != IsothermFormat::kCsv && f != IsothermFormat::kAif))
-             throw UsageError{"--to '" + v + "' is not csv or aif"};
+           if (!FormatFromName(v, &f) || (f != IsothermFormat::kCsv && f != IsothermFormat::kAif &&
+                                          f != IsothermFormat::kPygapsJson))
+             throw UsageError{"--to '" + v + "' is not csv, aif or pygaps"};
            o->to = f;
          },
-         "csv or aif, whatever the extension")
+         "csv, aif or pygaps (JSON), whatever the extension")
       ->type_name("F");
   cmd->add_option_function<std::string>(
          "--pressure-unit",

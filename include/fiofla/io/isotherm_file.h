@@ -7,6 +7,7 @@
 //     ParseIsothermCsv below;
 //   - the Adsorption Information File (AIF), read and written;
 //   - NIST ISODB isotherm JSON, read;
+//   - pyGAPS JSON, read and written, and pyGAPS CSV, read (pygaps_file.h);
 //   - fiofla measurement files (raw runs), which are reduced first.
 //
 // Units. Unit texts are read by the grammar of units/unit_text.h, so "ml(STP) g-1",
@@ -128,17 +129,21 @@ struct RawIsotherm {
 
 /// How to read an isotherm file.
 enum class IsothermFormat {
-  kAuto,         ///< by extension, and for .json by content
+  kAuto,         ///< by content, then by extension (see DetectFormat)
   kCsv,          ///< CSV with units in the header
   kAif,          ///< Adsorption Information File
   kIsodb,        ///< NIST ISODB isotherm JSON
   kMeasurement,  ///< fiofla measurement file (a raw run, reduced on reading)
+  kPygapsJson,   ///< pyGAPS isotherm JSON
+  kPygapsCsv,    ///< pyGAPS isotherm CSV (metadata lines, then "data" and the points)
 };
+
+/// Every format, kAuto first, in the order messages list them.
+const std::vector<IsothermFormat>& AllFormats();
 
 /// Options of the readers.
 struct IsothermReadOptions {
-  /// Format; kAuto chooses by extension (.aif/.cif AIF, .json ISODB or measurement by
-  /// content, anything else CSV).
+  /// Format; kAuto chooses by content (see DetectFormat).
   IsothermFormat format = IsothermFormat::kAuto;
   /// Po for every point, mmHg; NaN to use the file's (see the top of this header).
   double poMmHg = std::numeric_limits<double>::quiet_NaN();
@@ -152,11 +157,20 @@ struct IsothermReadOptions {
   double materialDensityGPerCm3 = std::numeric_limits<double>::quiet_NaN();
 };
 
-/// The name of a format ("csv", "aif", "isodb", "measurement"; "auto").
+/// The name of a format ("csv", "aif", "isodb", "measurement", "pygaps", "pygaps-csv";
+/// "auto").
 const char* FormatName(IsothermFormat format);
-/// The format a name denotes (as FormatName gives, case ignored); false when none.
+/// The format a name denotes (as FormatName gives, case, '-' and '_' ignored); false when
+/// none.
 bool FormatFromName(const std::string& name, IsothermFormat* format);
-/// The format a path's extension and, for .json, its first bytes suggest.
+/// The format of a file's text, by content first: a JSON object is a measurement file when
+/// its "format" says so, a pyGAPS isotherm when it has pyGAPS keys, else an ISODB document;
+/// text whose first item is an AIF "data_" block is AIF; "key,value" lines of pyGAPS keys
+/// before a "data" line are pyGAPS CSV. Then by extension of `path` (.aif/.cif AIF, .json
+/// ISODB); anything else is CSV.
+IsothermFormat DetectFormatOfText(const std::string& path, const std::string& text);
+/// DetectFormatOfText on the first 64 kB of the file at `path` (by extension when it does
+/// not open).
 IsothermFormat DetectFormat(const std::string& path);
 
 /// Gas table name ("nitrogen") of an adsorptive as files name it ("N2", "Nitrogen",
@@ -169,7 +183,7 @@ std::string GasTableName(const std::string& adsorptive);
 /// without molar mass, a non-positive Po).
 IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options = {});
 
-/// Reads an isotherm file in any supported format; throws InputError.
+/// Reads an isotherm file in any supported format, reading it once; throws InputError.
 IsothermData ReadIsothermFile(const std::string& path, const IsothermReadOptions& options = {});
 
 /// Reads an isotherm CSV file; throws InputError on a missing, unreadable or malformed file.
@@ -213,7 +227,8 @@ struct IsothermWriteOptions {
 /// when known, loading and branch. Throws InputError for a unit it cannot write in.
 std::string FormatIsothermCsv(const IsothermData& iso, const IsothermWriteOptions& options = {});
 
-/// Writes an isotherm file in `format` (CSV or AIF), atomically; throws InputError.
+/// Writes an isotherm file in `format` (CSV, AIF or pyGAPS JSON), atomically; throws
+/// InputError.
 void WriteIsothermFile(const std::string& path, const IsothermData& iso, IsothermFormat format,
                        const IsothermWriteOptions& options = {});
 
