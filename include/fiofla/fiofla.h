@@ -15,12 +15,14 @@
 #include "fiofla/report/report_text.h"
 #include "fiofla/units/formatter.h"
 #include "fiofla/units/units.h"
+#include "fiofla/units/unit_text.h"
 
 // Shared enumerations and file readers.
 #include "fiofla/io/aif_file.h"
 #include "fiofla/io/file_util.h"
 #include "fiofla/io/isodb_file.h"
 #include "fiofla/io/isotherm_file.h"
+#include "fiofla/io/pygaps_file.h"
 #include "fiofla/types.h"
 
 // Gas properties.
