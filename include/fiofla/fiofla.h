@@ -14,8 +14,8 @@
 #include "fiofla/report/report_render.h"
 #include "fiofla/report/report_text.h"
 #include "fiofla/units/formatter.h"
-#include "fiofla/units/units.h"
 #include "fiofla/units/unit_text.h"
+#include "fiofla/units/units.h"
 
 // Shared enumerations and file readers.
 #include "fiofla/io/aif_file.h"
