@@ -169,6 +169,8 @@ TEST(PygapsFile, WrittenJsonReadsBackWithoutLoss) {
     }
     EXPECT_EQ(back.info.material, first.info.material);
     EXPECT_EQ(back.info.temperatureK, first.info.temperatureK);
+    if (std::isfinite(first.info.sampleMassG))
+      EXPECT_EQ(back.info.sampleMassG, first.info.sampleMassG);
     // Written again, the text is the same: nothing drifts.
     EXPECT_EQ(fiofla::FormatPygapsJson(back), text);
   }

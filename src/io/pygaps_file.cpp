@@ -32,9 +32,10 @@ constexpr const char* kFileVersion = "3.0";
 constexpr const char* kPointsKey = "isotherm_data";
 // Keys that become IsothermInfo fields or conversions; every other one is kept as an item.
 constexpr const char* kReadKeys[] = {
-    "file_version",  "adsorbate",       "temperature",    "temperature_unit", "t_exp",
-    "pressure_mode", "pressure_unit",   "loading_basis",  "loading_unit",     "material_basis",
-    "material_unit", "adsorbent_basis", "adsorbent_unit", "sample_name",      kPointsKey};
+    "file_version",   "adsorbate",      "temperature",   "temperature_unit",
+    "t_exp",          "pressure_mode",  "pressure_unit", "loading_basis",
+    "loading_unit",   "material_basis", "material_unit", "adsorbent_basis",
+    "adsorbent_unit", "sample_name",    "material_mass", kPointsKey};
 constexpr std::size_t kShownChars = 40;
 
 [[noreturn]] void Fail(const std::string& name, const std::string& message) {
@@ -284,6 +285,8 @@ IsothermData Convert(const JsonValue& root, Points points, const std::string& na
   } else if (auto t = meta.Number("t_exp")) {
     raw.info.temperatureK = *t;
   }
+  // The sample's mass in the analysis, g, as the package's instrument parsers record it.
+  if (auto mass = meta.Number("material_mass")) raw.info.sampleMassG = *mass;
   if (std::isfinite(raw.info.temperatureK) && !(raw.info.temperatureK > 0.0))
     Fail(name, "temperature " + io_detail::FormatValue(raw.info.temperatureK) +
                    " K is not above absolute zero");
@@ -658,6 +661,7 @@ std::string FormatPygapsJson(const IsothermData& iso, const IsothermWriteOptions
   root["adsorbate"] = info.adsorptive.empty() ? "null" : JsonString(info.adsorptive);
   if (root.find("material") == root.end())
     root["material"] = info.material.empty() ? "null" : JsonString(info.material);
+  if (std::isfinite(info.sampleMassG)) root["material_mass"] = JsonNumber(info.sampleMassG);
   root["temperature"] = JsonNumber(info.temperatureK);
   root["temperature_unit"] = JsonString("K");
   root["pressure_mode"] = JsonString("relative");

@@ -4,7 +4,8 @@
 // Both carry the same metadata: "adsorbate", "material" (a name, or an object with "name"
 // and optionally "molar_mass" g/mol and "density" g/cm3), "temperature" with
 // "temperature_unit" (K or °C), "pressure_mode" with "pressure_unit", "loading_basis" with
-// "loading_unit", "material_basis" with "material_unit", "file_version", and any further
+// "loading_unit", "material_basis" with "material_unit", "material_mass" (the sample's
+// mass, g), "file_version", and any further
 // keys. Older files' "adsorbent_basis"/"adsorbent_unit", "sample_name" and "t_exp" are read
 // too. The JSON holds the points in "isotherm_data", a list (or, in old files, an object
 // keyed by index) of {"pressure", "loading", "branch": "des" on desorption}; the CSV holds
