@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -178,6 +179,22 @@ double CGasCompressibilityTable::GetTemperatureRange(double t, std::size_t count
   if (first != nullptr) *first = f;
   if (number != nullptr) *number = n;
   return n > 0 ? m_vTemperatures[end - 1] - m_vTemperatures[f] : 0.0;
+}
+
+bool CGasCompressibilityTable::IsInGrid(double pressure, double temperature) const {
+  if (IsEmpty()) return false;
+  return pressure >= m_vPressures[0] && pressure <= m_vPressures[m_vPressures.size() - 1] &&
+         temperature >= m_vTemperatures[0] &&
+         temperature <= m_vTemperatures[m_vTemperatures.size() - 1];
+}
+
+std::string CGasCompressibilityTable::GridText() const {
+  if (IsEmpty()) return "no grid";
+  char text[128];
+  std::snprintf(text, sizeof text, "%.6g to %.6g mmHg, %.6g to %.6g K", m_vPressures[0],
+                m_vPressures[m_vPressures.size() - 1], m_vTemperatures[0],
+                m_vTemperatures[m_vTemperatures.size() - 1]);
+  return text;
 }
 
 double CGasCompressibilityTable::GetRawCompressibility(double pressure, double temperature) const {
@@ -708,18 +725,27 @@ bool CGasCompressibilityTable::ReadFromFile(CStr const& path) {
 
 CGasCompressibilityCache CGasCompressibilityCache::ms_cCache;
 
-CGasCompressibilityTable* CGasCompressibilityCache::GetGas(CStr const& name) {
-  if (name.empty()) return nullptr;
+CGasCompressibilityTable* CGasCompressibilityCache::GetGas(CStr const& given) {
+  if (given.empty()) return nullptr;
+  // "N2" means nitrogen.fpi; a folder of one's own may still hold an n2.fpi.
+  const std::string stem = fiofla::GasTableName(given.str());
+  if (!stem.empty() && CStr(stem) != given) {
+    if (CGasCompressibilityTable* table = Load(CStr(stem))) return table;
+  }
+  return Load(given);
+}
+
+CGasCompressibilityTable* CGasCompressibilityCache::Load(CStr const& name) {
   for (int k = 0; k < kSlots; ++k)
     if (m_pTables[k] != nullptr && m_sNames[k] == name) return m_pTables[k];
-  // The oldest slot is given up before loading, whether or not the load succeeds.
+  const CStr path = GetEffectiveDirectory() + L"/" + name + L".fpi";
+  auto table = std::make_unique<CGasCompressibilityTable>(path);
+  // The oldest slot is given up before keeping the new table, whether or not it loads.
   if (!m_sNames[kSlots - 1].empty() || m_pTables[kSlots - 1] != nullptr) {
     m_sNames[kSlots - 1] = CStr();
     delete m_pTables[kSlots - 1];
     m_pTables[kSlots - 1] = nullptr;
   }
-  const CStr path = GetEffectiveDirectory() + L"/" + name + L".fpi";
-  auto table = std::make_unique<CGasCompressibilityTable>(path);
   if (!table->IsValid()) return nullptr;
   for (int k = kSlots - 1; k > 0; --k) {
     m_sNames[k] = m_sNames[k - 1];

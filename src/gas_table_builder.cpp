@@ -208,6 +208,23 @@ std::vector<GasTableRecipe> StandardGasRecipes() {
   r[4] = {"hydrogen", "Hydrogen.json", 2, cryogenic, 20.0, 330.0, with({20.28, 77.35, 87.3})};
   r[5] = {"methane", "Methane.json", 5, cryogenic, 90.6941, 350.0, with({111.67})};
   r[6] = {"oxygen", "Oxygen.json", 2, cryogenic, 73.0, 350.0, with({77.35, 90.19})};
+
+  // High-pressure sorption near ambient: 0 to 200 bar (250 nodes, 0.81 bar apart) at -20 to
+  // 80 °C. One record cannot hold this beside the cryogenic grid, so these are second tables.
+  const std::vector<double> toTwoHundredBar = Steps(0.0, 151392.0, 608.0);
+  const std::vector<double> room = {273.15, 283.15, 293.15, 298.15, 303.15,
+                                    308.15, 313.15, 318.15, 323.15};
+  for (const auto& [gas, atoms] : {std::pair<int, int>{0, 2}, {1, 1}, {3, 3}, {4, 2}, {5, 5}}) {
+    GasTableRecipe hp{r[gas].name + kHighPressureSuffix,
+                      r[gas].eosFile,
+                      atoms,
+                      toTwoHundredBar,
+                      253.15,
+                      353.15,
+                      room};
+    hp.refinePressureLimitMmHg = toTwoHundredBar.back();
+    r.push_back(hp);
+  }
   return r;
 }
 

@@ -120,6 +120,55 @@ double ManifoldPressureFor(double sample, const Measurement::Transpiration& tr, 
   return 0.5 * (lo + hi);
 }
 
+// The table Z comes from for the run's pressures at the manifold and sample temperatures:
+// the adsorptive's own, or its high-pressure table when that holds every state and the own
+// does not. States outside the table used are named in the notes. `high` keeps a
+// high-pressure table alive for as long as the caller uses the result.
+const CGasCompressibilityTable& TableForStates(const Measurement& m,
+                                               CGasCompressibilityCache& cache,
+                                               const CGasCompressibilityTable& adsorptive,
+                                               const CNumVector<double>& pressure, double tana,
+                                               ReducedIsotherm& r, CGasCompressibilityTable& high) {
+  std::vector<std::pair<double, double>> states;
+  for (std::size_t i = 0; i < pressure.size(); ++i) {
+    states.emplace_back(pressure[i], m.ambientTemperatureK);
+    states.emplace_back(pressure[i], tana);
+  }
+  const CGasCompressibilityTable* table = &adsorptive;
+  bool usedHigh = false;
+  const bool allIn = std::all_of(states.begin(), states.end(), [&](const auto& s) {
+    return adsorptive.IsInGrid(s.first, s.second);
+  });
+  if (!allIn) {
+    const CGasCompressibilityTable* picked =
+        PickTableFor(cache, m.adsorptive, states, &high, &usedHigh);
+    if (usedHigh && picked != nullptr) table = picked;
+  }
+  if (usedHigh)
+    r.notes.push_back("Z of \"" + m.adsorptive + "\" is taken from its high-pressure table (" +
+                      table->GridText() + ")");
+  std::vector<std::string> outside;
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < pressure.size(); ++i) {
+    for (double t : {m.ambientTemperatureK, tana}) {
+      if (table->IsInGrid(pressure[i], t)) continue;
+      if (++count <= 3)
+        outside.push_back("point " + std::to_string(i + 1) + " (" + Show(pressure[i]) +
+                          " mmHg at " + Show(t) + " K)");
+      break;
+    }
+  }
+  if (count > 0) {
+    std::string list;
+    for (const auto& o : outside) list += (list.empty() ? "" : ", ") + o;
+    if (count > outside.size()) list += " and " + std::to_string(count - outside.size()) + " more";
+    r.notes.push_back(std::to_string(count) + " point" + (count == 1 ? " lies" : "s lie") +
+                      " outside the gas table's grid (" + table->GridText() +
+                      "), so their Z is extrapolated: " + list);
+  }
+  return *table;
+}
+
 }  // namespace
 
 IsothermData ReducedIsotherm::ToIsothermData() const {
@@ -138,6 +187,7 @@ IsothermData ReducedIsotherm::ToIsothermData() const {
   iso.info.temperatureK = analysisTemperatureK;
   iso.info.sampleMassG = sampleMassG;
   iso.info.pressureUnit = "mmHg";
+  iso.notes = notes;
   return iso;
 }
 
@@ -205,10 +255,13 @@ ReducedIsotherm ReduceMeasurement(const Measurement& m, CGasCompressibilityCache
   }
 
   CNumVector<double> adsorbed;
-  if (m.gasLaw.form == GasLawForm::kTable)
+  if (m.gasLaw.form == GasLawForm::kTable) {
+    CGasCompressibilityTable high;
+    const CGasCompressibilityTable& zTable =
+        TableForStates(m, cache, adsorptive, pressure, tana, r, high);
     NIsotherm::QuantityAdsorbed(adsorbed, dosed, pressure, m.sampleMassG, *freeSpace, *conditions,
-                                adsorptive, m.gasLaw.adsorbedMolarVolumeCm3PerMol);
-  else
+                                zTable, m.gasLaw.adsorbedMolarVolumeCm3PerMol);
+  } else
     NIsotherm::QuantityAdsorbed(adsorbed, dosed, pressure, m.sampleMassG, *freeSpace, *conditions,
                                 m.gasLaw.nonIdealityPerMmHg, m.gasLaw.f1);
 

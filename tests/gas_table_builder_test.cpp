@@ -40,6 +40,12 @@ const CGasCompressibilityTable* Shipped(const std::string& name) {
   return cache.GetGas(CStr(name));
 }
 
+// Within 5 K and 15 bar of the critical point.
+bool NearCritical(const HelmholtzEos& eos, double pressureMmHg, double temperatureK) {
+  return std::fabs(temperatureK - eos.CriticalTemperatureK()) < 5.0 &&
+         std::fabs(pressureMmHg * kPaPerMmHg - eos.CriticalPressurePa()) < 15e5;
+}
+
 }  // namespace
 
 // Every shipped table loads through the default directory and agrees with its equation
@@ -47,13 +53,25 @@ const CGasCompressibilityTable* Shipped(const std::string& name) {
 TEST(ShippedGasTables, InterpolateTheEquationOfStateBetweenNodes) {
   // Largest |Z_table - Z_eos| allowed, per gas, up to the pressure analysers dose to. The
   // figures are what the build measures at cell centres, rounded up (README).
+  // Near its critical point Z of carbon dioxide turns too fast for any grid the record
+  // holds; the build's report gives the error there (README), this test the rest.
   struct Limit {
     double tolerance, pressureLimitMmHg;
+    bool skipNearCritical = false;
   };
-  const std::map<std::string, Limit> limits = {
-      {"nitrogen", {1e-5, 1000}},         {"argon", {1e-5, 1000}},  {"krypton", {1e-5, 1000}},
-      {"methane", {1e-5, 1000}},          {"oxygen", {1e-5, 1000}}, {"hydrogen", {1.5e-5, 1000}},
-      {"carbon_dioxide", {2.5e-5, 22600}}};
+  const double top = 151392;
+  const std::map<std::string, Limit> limits = {{"nitrogen", {1e-5, 1000}},
+                                               {"argon", {1e-5, 1000}},
+                                               {"krypton", {1e-5, 1000}},
+                                               {"methane", {1e-5, 1000}},
+                                               {"oxygen", {1e-5, 1000}},
+                                               {"hydrogen", {1.5e-5, 1000}},
+                                               {"carbon_dioxide", {2.5e-5, 22600}},
+                                               {"nitrogen_hp", {2e-6, top}},
+                                               {"argon_hp", {3e-6, top}},
+                                               {"hydrogen_hp", {1.5e-6, top}},
+                                               {"methane_hp", {5e-6, top}},
+                                               {"carbon_dioxide_hp", {5e-4, top, true}}};
   std::mt19937 random(20261123);
   for (const GasTableRecipe& recipe : fiofla::StandardGasRecipes()) {
     SCOPED_TRACE(recipe.name);
@@ -70,11 +88,14 @@ TEST(ShippedGasTables, InterpolateTheEquationOfStateBetweenNodes) {
     const auto& t = table->m_vTemperatures;
     const auto& z = table->m_mCompressibility;
     int checked = 0;
-    for (int k = 0; k < 400; ++k) {
+    for (int k = 0; k < 2000; ++k) {
       // A random point inside a random cell whose four corners have a gas phase.
       const std::size_t i = random() % (p.size() - 1), j = random() % (t.size() - 1);
       if (p[i + 1] > limit.pressureLimitMmHg || z(i, j) <= 0 || z(i + 1, j) <= 0 ||
           z(i, j + 1) <= 0 || z(i + 1, j + 1) <= 0)
+        continue;
+      if (limit.skipNearCritical &&
+          (NearCritical(eos, p[i], t[j]) || NearCritical(eos, p[i + 1], t[j + 1])))
         continue;
       const double u = std::uniform_real_distribution<>(0.05, 0.95)(random);
       const double v = std::uniform_real_distribution<>(0.05, 0.95)(random);
@@ -172,4 +193,45 @@ TEST(ShippedGasTables, RegenerationReproducesTheCommittedFile) {
       LoadEos(argon.eosFile), bad, &report, [&](const std::string& line) { said = line; });
   EXPECT_TRUE(none.IsEmpty());
   EXPECT_NE(said.find("not built"), std::string::npos);
+}
+
+// High-pressure states go to the high-pressure table; what no table holds is visible.
+TEST(ShippedGasTables, HighPressureStatesUseTheHighPressureTable) {
+  ::unsetenv("FIOFLA_GAS_DIR");
+  CGasCompressibilityCache cache;
+  const double hundredAtm = 76000.0;  // mmHg
+  // Names as files write them find the same table.
+  const CGasCompressibilityTable* nitrogen = cache.GetGas(CStr("N2"));
+  ASSERT_NE(nitrogen, nullptr);
+  EXPECT_EQ(cache.GetGas(CStr("Nitrogen")), nitrogen);
+  ASSERT_NE(cache.GetGas(CStr("carbon dioxide")), nullptr);
+  EXPECT_EQ(cache.GetSlotName(0), CStr("carbon_dioxide"));
+  EXPECT_FALSE(nitrogen->IsInGrid(hundredAtm, 273.15));
+  EXPECT_TRUE(nitrogen->IsInGrid(nitrogen->m_vPressures[0], 350.0));
+  EXPECT_FALSE(nitrogen->IsInGrid(100.0, 350.0 + 1e-9));
+
+  CGasCompressibilityTable high;
+  bool usedHigh = false;
+  const CGasCompressibilityTable* picked =
+      fiofla::PickTableFor(cache, "N2", {{100.0, 298.15}, {hundredAtm, 273.15}}, &high, &usedHigh);
+  ASSERT_TRUE(usedHigh);
+  ASSERT_EQ(picked, &high);
+  // The reference equation gives 0.98506 at 100 atm and 0 °C.
+  EXPECT_NEAR((*picked)(hundredAtm, 273.15, nullptr), 0.98506, 1e-4);
+  const HelmholtzEos eos = LoadEos("Nitrogen.json");
+  const auto rho = eos.VapourDensity(273.15, hundredAtm * kPaPerMmHg);
+  ASSERT_TRUE(rho.has_value());
+  EXPECT_NEAR((*picked)(hundredAtm, 273.15, nullptr), eos.Compressibility(273.15, *rho), 2e-6);
+  // States the normal table holds keep it; states neither holds keep it too, for the
+  // caller to flag (77 K at 100 atm: below the high-pressure grid).
+  EXPECT_EQ(fiofla::PickTableFor(cache, "nitrogen", {{500.0, 77.35}}, &high, &usedHigh),
+            cache.GetGas(CStr("nitrogen")));
+  EXPECT_FALSE(usedHigh);
+  EXPECT_EQ(fiofla::PickTableFor(cache, "N2", {{hundredAtm, 77.35}}, &high, &usedHigh),
+            cache.GetGas(CStr("nitrogen")));
+  EXPECT_FALSE(usedHigh);
+  // Krypton and oxygen have no high-pressure table.
+  EXPECT_EQ(fiofla::PickTableFor(cache, "Kr", {{hundredAtm, 298.15}}, &high, &usedHigh),
+            cache.GetGas(CStr("krypton")));
+  EXPECT_FALSE(usedHigh);
 }

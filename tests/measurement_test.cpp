@@ -190,3 +190,27 @@ TEST(MeasurementFile, RoundTripsAndNamesTheFieldOfEveryDefect) {
   fails("\"format\": \"fiofla measurement\"", "\"format\": \"other\"", "\"format\" must be");
   fails("{", "[", "not valid JSON");
 }
+
+// A run the gas table does not hold says which points are extrapolated; one at high
+// pressure near ambient takes the high-pressure table.
+TEST(Reduction, StatesOutsideTheGasTableAreNamed) {
+  const Measurement run = SimulateMeasurement(Plan(), Nitrogen());
+  EXPECT_TRUE(fiofla::ReduceMeasurement(run).notes.empty());
+
+  Measurement hot = run;
+  hot.ambientTemperatureK = 400.0;  // the normal table stops at 350 K
+  const ReducedIsotherm outside = fiofla::ReduceMeasurement(hot);
+  ASSERT_EQ(outside.notes.size(), 1u);
+  EXPECT_NE(outside.notes[0].find("28 points lie outside the gas table's grid"), std::string::npos)
+      << outside.notes[0];
+  EXPECT_NE(outside.notes[0].find("point 1 ("), std::string::npos);
+  EXPECT_NE(outside.notes[0].find("and 25 more"), std::string::npos);
+  EXPECT_EQ(outside.ToIsothermData().notes, outside.notes);
+
+  Measurement high = run;
+  high.analysisTemperatureK = 298.15;
+  for (auto& p : high.points) p.manifoldPressureMmHg *= 100.0;
+  const ReducedIsotherm pressed = fiofla::ReduceMeasurement(high);
+  ASSERT_EQ(pressed.notes.size(), 1u);
+  EXPECT_NE(pressed.notes[0].find("high-pressure table"), std::string::npos) << pressed.notes[0];
+}

@@ -224,6 +224,26 @@ CGasCompressibilityTable SmallGas() {
   return table;
 }
 
+// The names isotherm files use work here too; beyond the normal grid Z comes from the
+// high-pressure table, and beyond every grid the answer says it is extrapolated.
+TEST(ToolGas, AliasesAndPointsBeyondTheGrid) {
+  for (const char* name : {"N2", "nitrogen", "Nitrogen"}) {
+    const auto z = RunTool({"gas", "z", name, "--p", "76000", "--t", "273.15", "--json"});
+    ASSERT_EQ(z.code, 0) << name << ": " << z.err;
+    rapidjson::Document doc;
+    doc.Parse(z.out.c_str());
+    ASSERT_FALSE(doc.HasParseError()) << z.out;
+    EXPECT_NEAR(doc["z"].GetDouble(), 0.98506, 1e-4);
+    EXPECT_TRUE(doc["in_grid"].GetBool());
+    EXPECT_STREQ(doc["note"].GetString(), "from the high-pressure table");
+  }
+  const auto far = RunTool({"gas", "z", "CH4", "--p", "300000", "--t", "298.15"});
+  EXPECT_EQ(far.code, 0) << far.err;
+  EXPECT_NE(far.out.find("outside the table's grid"), std::string::npos) << far.out;
+  EXPECT_NE(far.out.find("extrapolated"), std::string::npos) << far.out;
+  EXPECT_EQ(RunTool({"gas", "psat", "Ar", "--t", "87.3"}).code, 0);
+}
+
 TEST(ToolGas, QueriesAgreeWithTheLibrary) {
   const std::string dir = ::testing::TempDir() + "fiofla-gas-tool-" + std::to_string(::getpid());
   std::filesystem::create_directories(dir);

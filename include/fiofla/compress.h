@@ -48,8 +48,16 @@
 //   why. The validity flag records only whether the file opened, so a corrupt
 //   file still yields a (default) table from the cache.
 //
+// Grid limits. A lookup outside the grid extrapolates; IsInGrid tells callers whether
+// (P, T) lies inside, so that they can say so. The shipped tables cover 0 to 2 atm (carbon
+// dioxide 30 bar) from the triple point to 350 K; "<gas>_hp" tables (HighPressureTableName)
+// cover 0 to 200 bar at 253.15 to 353.15 K for nitrogen, argon, carbon dioxide, hydrogen
+// and methane. Callers pick the high-pressure table when their points lie outside the
+// normal grid and inside its (PickTableFor); the reduction and `fiofla gas z` do.
+//
 // CGasCompressibilityCache keeps the four most recently loaded gases, found by
-// name as <directory>/<name>.fpi. Its directory is set with SetDirectory; while
+// name as <directory>/<name>.fpi; a name as files write it ("N2", "carbon dioxide") is
+// first turned into the table's (GasTableName). Its directory is set with SetDirectory; while
 // none is set it is DefaultDirectory(): the environment variable FIOFLA_GAS_DIR
 // when set and not empty, otherwise the "gases" folder of the data this library
 // ships (share/fiofla/gases beside the installed library, then the configured
@@ -62,6 +70,9 @@
 #include <cstdint>
 #include <istream>
 #include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "fiofla/num/numvector.h"
 #include "fiofla/str/cstr.h"
@@ -183,6 +194,11 @@ class CGasCompressibilityTable : public CGasCompressibilityBase {
 
   /// True when the pressure grid or the temperature grid is empty.
   bool IsEmpty() const { return m_vPressures.empty() || m_vTemperatures.empty(); }
+  /// True when pressure (table unit) and temperature (K) lie within the grid, edges
+  /// included; outside it lookups extrapolate the edge cell.
+  bool IsInGrid(double pressure, double temperature) const;
+  /// The grid's corners as text for messages: "0 to 1500 mmHg, 63.151 to 350 K".
+  std::string GridText() const;
 
   /// Index i of the grid interval [grid[i], grid[i+1]] for x, searched from start; the
   /// edge interval outside the grid, 0 for fewer than two nodes.
@@ -266,7 +282,8 @@ class CGasCompressibilityCache {
   CGasCompressibilityCache(CGasCompressibilityCache const&) = delete;
   CGasCompressibilityCache& operator=(CGasCompressibilityCache const&) = delete;
 
-  /// Table of the gas, loaded from <directory>/<name>.fpi when not kept; null for an
+  /// Table of the gas, loaded from <directory>/<name>.fpi when not kept; an alias ("N2")
+  /// is first looked for under its table's name (GasTableName), then as given. Null for an
   /// empty name or a file that cannot be opened. The cache owns the table, and a table
   /// pushed out by four later loads is destroyed.
   CGasCompressibilityTable* GetGas(CStr const& name);
@@ -286,7 +303,32 @@ class CGasCompressibilityCache {
   void Clear();
 
  private:
+  CGasCompressibilityTable* Load(CStr const& name);
+
   CStr m_sDirectory;
   CStr m_sNames[kSlots];
   CGasCompressibilityTable* m_pTables[kSlots] = {nullptr, nullptr, nullptr, nullptr};
 };
+
+namespace fiofla {
+
+/// File stem of the shipped table of a gas named as files and users name it ("N2",
+/// "nitrogen", "Ar", "CO2", "carbon dioxide", "H2", "CH4", "Kr", "O2"; letter case, blanks,
+/// '_' and '-' ignored): "nitrogen", "carbon_dioxide", ...; empty when none is shipped.
+std::string GasTableName(const std::string& name);
+
+/// Suffix of the high-pressure tables' file stems ("nitrogen_hp").
+constexpr const char* kHighPressureSuffix = "_hp";
+
+/// The normal table of `name` from `cache`, or its high-pressure table when some (pressure
+/// mmHg, temperature K) of `points` lies outside the normal grid and all of them lie inside
+/// the high-pressure grid. The high-pressure table is read into `owned` (the
+/// cache is not touched, so tables the caller already holds from it stay valid) and
+/// returned; null when the gas has no table. `usedHighPressure` (if given) says which.
+const CGasCompressibilityTable* PickTableFor(CGasCompressibilityCache& cache,
+                                             const std::string& name,
+                                             const std::vector<std::pair<double, double>>& points,
+                                             CGasCompressibilityTable* owned,
+                                             bool* usedHighPressure = nullptr);
+
+}  // namespace fiofla

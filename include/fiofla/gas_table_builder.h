@@ -75,7 +75,10 @@ struct GasTableRecipe {
   double refinePressureLimitMmHg = 1000.0;
 };
 
-/// The seven gases fiofla ships, with their grids.
+/// The tables fiofla ships, with their grids: the seven gases from their triple point (or
+/// below) to 350 K up to 2 atm (carbon dioxide to 30 bar), then the high-pressure tables
+/// "<gas>_hp" of nitrogen, argon, carbon dioxide, hydrogen and methane, 0 to 200 bar at
+/// 253.15 to 353.15 K.
 std::vector<GasTableRecipe> StandardGasRecipes();
 
 /// What a build measured.

@@ -58,6 +58,9 @@ struct ReducedIsotherm {
   std::vector<Branch> branch;
   /// Points with a relative pressure (all, unless Po dropped to 0 or below).
   std::size_t convertedPoints = 0;
+  /// What a person should hear of: the high-pressure gas table used, points whose pressure
+  /// and temperature lie outside the gas table's grid (their Z is extrapolated).
+  std::vector<std::string> notes;
   /// Index of the point where Po was not positive and conversion stopped.
   std::optional<std::size_t> poStoppedAt;
 

@@ -222,24 +222,6 @@ std::string IsothermData::PointName(std::size_t i) const {
   return "point " + std::to_string(i + 1);
 }
 
-std::string GasTableName(const std::string& adsorptive) {
-  static const struct {
-    const char* table;
-    const char* names[3];
-  } kGases[] = {
-      {"nitrogen", {"nitrogen", "n2", ""}}, {"argon", {"argon", "ar", ""}},
-      {"krypton", {"krypton", "kr", ""}},   {"carbon_dioxide", {"carbondioxide", "co2", ""}},
-      {"methane", {"methane", "ch4", ""}},  {"hydrogen", {"hydrogen", "h2", ""}},
-      {"oxygen", {"oxygen", "o2", ""}},
-  };
-  const std::string wanted = Squeezed(adsorptive);
-  if (wanted.empty()) return {};
-  for (const auto& gas : kGases)
-    for (const char* name : gas.names)
-      if (*name != '\0' && wanted == name) return gas.table;
-  return {};
-}
-
 int FindPressureUnit(const std::string& unitText) {
   const std::string id = PressureUnitId(unitText);
   return id.empty() ? -1 : PressureUnits().Find(CStr(id));

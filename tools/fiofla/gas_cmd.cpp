@@ -224,7 +224,25 @@ int List(const GasOptions& opt, std::ostream& out, std::ostream& err) {
 int Query(const GasOptions& opt, std::ostream& out, std::ostream& err) {
   std::unique_ptr<CGasCompressibilityTable> owned;
   std::string source;
-  const CGasCompressibilityTable& t = LoadGas(opt, opt.names[0], owned, source);
+  const CGasCompressibilityTable* table = &LoadGas(opt, opt.names[0], owned, source);
+  // Z beyond the normal grid comes from the gas's high-pressure table when that holds it.
+  CGasCompressibilityTable high;
+  std::string note;
+  if (opt.sub == "z" && !LooksLikePath(opt.names[0]) &&
+      !table->IsInGrid(*opt.pressure, *opt.temperature)) {
+    bool usedHigh = false;
+    const CGasCompressibilityTable* picked =
+        PickTableFor(CGasCompressibilityCache::ms_cCache, opt.names[0],
+                     {{*opt.pressure, *opt.temperature}}, &high, &usedHigh);
+    if (usedHigh) {
+      table = picked;
+      source = high.m_sName.str();
+      note = "from the high-pressure table";
+    }
+  }
+  const CGasCompressibilityTable& t = *table;
+  if (opt.sub == "z" && !t.IsInGrid(*opt.pressure, *opt.temperature))
+    note = "outside the table's grid (" + t.GridText() + "): the value is extrapolated";
   const char* curve = opt.sublimation ? "sublimation" : "saturation";
   double value = 0.0;
   double effective = 0.0;
@@ -265,11 +283,17 @@ int Query(const GasOptions& opt, std::ostream& out, std::ostream& err) {
   if (opt.pressure) r.Add("pressure_mmhg", "", *opt.pressure);
   if (opt.temperature) r.Add("temperature_k", "", *opt.temperature);
   r.Add(key, "", value);
-  if (opt.sub == "z")
+  if (opt.sub == "z") {
     r.Add("effective_temperature_k", "", effective);
-  else
+    r.Add("in_grid", "", t.IsInGrid(*opt.pressure, *opt.temperature));
+  } else {
     r.Add("sublimation", "", opt.sublimation);
+  }
   r.Text(text);
+  if (!note.empty()) {
+    r.Add("note", "", note);
+    r.Text("Note: " + note);
+  }
   r.Print(out, opt.json);
   return kExitOk;
 }

@@ -112,6 +112,7 @@ int Reduce(const ReduceOptions& o, Streams& io) {
            << " to " << o.output << " (" << reduced.adsorptive << " at "
            << Format(reduced.analysisTemperatureK) << " K)\n";
   }
+  for (const std::string& note : reduced.notes) io.err << "fiofla reduce: " << note << "\n";
   if (reduced.poStoppedAt) {
     const std::size_t i = *reduced.poStoppedAt;
     io.err << "fiofla reduce: Po is not positive at point " << i + 1

@@ -173,9 +173,6 @@ IsothermFormat DetectFormatOfText(const std::string& path, const std::string& te
 /// not open).
 IsothermFormat DetectFormat(const std::string& path);
 
-/// Gas table name ("nitrogen") of an adsorptive as files name it ("N2", "Nitrogen",
-/// "carbon dioxide", "CO2"); empty when the library has no table for it.
-std::string GasTableName(const std::string& adsorptive);
 
 /// Converts what a file gives into an isotherm: units to mmHg and cm3/g STP, P/Po from
 /// pressure and Po, branches split when not given. Throws InputError naming the source and
