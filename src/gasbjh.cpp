@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 namespace {
 
@@ -72,7 +73,8 @@ void CBJHCalc::InvertAdsPoints(std::vector<double>& P, std::vector<double>& Q) {
   std::reverse(Q.begin(), Q.end());
 }
 
-void CBJHCalc::PrepDesPoints(std::vector<double>& P, std::vector<double>& Q) {
+void CBJHCalc::PrepDesPoints(std::vector<double>& P, std::vector<double>& Q,
+                             std::vector<std::size_t>* dropped) {
   const std::size_t n = std::min(P.size(), Q.size());
   std::vector<double> p, q;
   for (std::size_t i = 0; i < n; ++i) {
@@ -81,6 +83,8 @@ void CBJHCalc::PrepDesPoints(std::vector<double>& P, std::vector<double>& Q) {
     if (i == 0 || (P[i] < P[i - 1] && Q[i] < Q[i - 1])) {
       p.push_back(P[i]);
       q.push_back(Q[i]);
+    } else if (dropped != nullptr) {
+      dropped->push_back(i);
     }
   }
   P.swap(p);
@@ -95,9 +99,17 @@ bool CBJHCalc::PrepIsotherm(std::vector<double>& P, std::vector<double>& Q) {
     m_Status = STATUS_TOO_FEW_POINTS;
     return false;
   }
+  const std::vector<double> givenP = P, givenQ = Q;
   for (double& p : P) LimitRelPress(p);
   if (m_UseAdsorption) InvertAdsPoints(P, Q);
-  PrepDesPoints(P, Q);
+  std::vector<std::size_t> dropped;
+  PrepDesPoints(P, Q, &dropped);
+  for (std::size_t i : dropped) {
+    const std::size_t k = m_UseAdsorption ? n - 1 - i : i;
+    m_Dropped.push_back({k, givenP[k], givenQ[k]});
+  }
+  std::sort(m_Dropped.begin(), m_Dropped.end(),
+            [](const SDroppedPoint& a, const SDroppedPoint& b) { return a.index < b.index; });
   if (P.size() < 2 || P.size() > kMaxPoints) {
     m_Status = STATUS_TOO_FEW_PREPARED;
     return false;
@@ -165,6 +177,11 @@ CBJHCalc::CBJHCalc(SInput const& in)
   m_EndSelected = static_cast<std::uint16_t>(end);
   m_NumSelected = static_cast<std::uint16_t>(end - first);
 
+  for (std::size_t k = 0; k < first; ++k)
+    m_VolumeAbove += IncrPoreVol(m_Lengths[k], m_AvgDiameters[k]);
+  for (std::size_t k = end; k < m_NumIntervals; ++k)
+    m_VolumeBelow += IncrPoreVol(m_Lengths[k], m_AvgDiameters[k]);
+
   CNumVector<double> diameters(m_NumSelected + 1u), volumes(m_NumSelected), areas(m_NumSelected);
   double totalVolume = 0.0, totalArea = 0.0;
   for (std::size_t k = first; k < end; ++k) {
@@ -201,6 +218,7 @@ void CBJHCalc::VariantA(CThicknessFunction const& t) {
     volume = F * Q[i];
     const double vp =
         R * R * (dV - dt * 1e-8 * (area - kTwoPi * (davg / 2.0 - rk) * 1e-8 * length));
+    if (!(vp > 0.0)) m_EmptySteps.push_back({P[i - 1], P[i], vp});
     const double a = vp > 0.0 ? 4.0 * vp / (davg * 1e-8) : 0.0;
     const double l = a / (davg * kPi * 1e-8);
     m_AvgDiameters[i - 1] = davg;
@@ -226,7 +244,10 @@ void CBJHCalc::VariantC(CThicknessFunction const& t) {
       freed += m_Lengths[k] * (XSectAreaCapl(2.0 * (m_AvgDiameters[k] / 2.0 - ti)) -
                                XSectAreaCapl(2.0 * (m_AvgDiameters[k] / 2.0 - tj)));
     const double dV = (Q[j] - Q[i]) * F - freed;
-    if (dV < 0.0) continue;  // the film alone explains this step: try the next point
+    if (dV < 0.0) {  // the film alone explains this step: try the next point
+      m_EmptySteps.push_back({P[j], P[i], dV});
+      continue;
+    }
     m_Diameters[count + 1] = 2.0 * (KelvinRad(P[i]) + ti);
     m_BoundaryRelPress[count + 1] = P[i];
     const double dc = WgtAvgCapDiam(KelvinRad(P[j]), KelvinRad(P[i]));
@@ -262,6 +283,7 @@ void CBJHCalc::VariantB(CThicknessFunction const& t) {
     const bool open = !last && (count == 0 ? dV > 0.0 : freed < dV);
     if (!open) {
       if (count > 0 && !last) {
+        m_EmptySteps.push_back({P[i], P[i + 1], dV - freed});
         // The film alone explains the step: the thinning follows from the volume freed.
         double a = 0.0;
         for (std::size_t k = 0; k < count; ++k) a += kPiE12 * m_AvgDiameters[k] * m_Lengths[k];
@@ -335,3 +357,85 @@ void CBJHCalc::GetDifferentialArea(CNumVector<double>& out, bool smoothed) const
 void CBJHCalc::GetLogDifferentialArea(CNumVector<double>& out, bool smoothed) const {
   m_AreaDistribution.GetLogDifferential(out, smoothed);
 }
+
+int CBJHCalc::GetPeakAtEdge() const {
+  if (m_Status != STATUS_OK) return 0;
+  CNumVector<double> dvdd;
+  m_VolumeDistribution.GetDifferential(dvdd, false);
+  const std::size_t m = dvdd.size();
+  if (m < 3) return 0;
+  std::size_t peak = 0;
+  for (std::size_t k = 1; k < m; ++k)
+    if (dvdd[k] > dvdd[peak]) peak = k;
+  // Intervals run from the largest diameters to the smallest.
+  return peak == 0 ? 1 : peak == m - 1 ? -1 : 0;
+}
+
+namespace fiofla {
+namespace {
+
+std::string Num(double x, const char* format = "%.4g") {
+  char text[40];
+  std::snprintf(text, sizeof text, format, x);
+  return text;
+}
+
+// "a, b, c and 4 more"
+std::string FirstFew(const std::vector<std::string>& items, std::size_t shown = 5) {
+  std::string out;
+  for (std::size_t k = 0; k < items.size() && k < shown; ++k)
+    out += (k == 0 ? "" : ", ") + items[k];
+  if (items.size() > shown) out += " and " + std::to_string(items.size() - shown) + " more";
+  return out;
+}
+
+}  // namespace
+
+std::vector<std::string> BjhNotes(CBJHCalc const& calc) {
+  std::vector<std::string> notes;
+  const auto& dropped = calc.GetDroppedPoints();
+  if (!dropped.empty()) {
+    std::vector<std::string> items;
+    for (const auto& d : dropped)
+      items.push_back("point " + std::to_string(d.index + 1) + " (P/Po " + Num(d.relPress) + ", " +
+                      Num(d.qtyAdsorbed) + " cm3/g STP)");
+    notes.push_back(std::to_string(dropped.size()) +
+                    (dropped.size() == 1 ? " point was" : " points were") +
+                    " left out because P/Po or the quantity adsorbed did not fall below the "
+                    "point before, as the walk from high to low pressure needs: " +
+                    FirstFew(items));
+  }
+  const auto& empty = calc.GetEmptySteps();
+  if (!empty.empty()) {
+    std::vector<std::string> items;
+    for (const auto& e : empty)
+      items.push_back("P/Po " + Num(e.relPressHigh) + " to " + Num(e.relPressLow));
+    notes.push_back(std::to_string(empty.size()) + (empty.size() == 1 ? " step" : " steps") +
+                    " freed no more liquid than the thinning film accounts for, so " +
+                    (empty.size() == 1 ? "it counts" : "they count") +
+                    " no pores: " + FirstFew(items));
+  }
+  if (calc.GetStatus() != CBJHCalc::STATUS_OK) return notes;
+  const double below = calc.GetVolumeBelowRange(), above = calc.GetVolumeAboveRange();
+  const double total = calc.GetTotalPoreVolume() + below + above;
+  if (below > 0.0 || above > 0.0)
+    notes.push_back("Pore volume outside " + Num(calc.GetMinDiameter()) + " to " +
+                    Num(calc.GetMaxDiameter()) + " Å: " + Num(below, "%.4f") +
+                    " cm3/g in smaller pores, " + Num(above, "%.4f") + " cm3/g in larger (" +
+                    Num(100.0 * (below + above) / total, "%.1f") +
+                    " % of the volume of all intervals)");
+  const int edge = calc.GetPeakAtEdge();
+  if (edge != 0) {
+    const bool small = edge < 0;
+    const double beyond = small ? below : above;
+    notes.push_back(
+        std::string("The distribution's peak lies in its ") + (small ? "smallest" : "largest") +
+        "-diameter interval, at the " + (small ? "lower" : "upper") + " bound of the range (" +
+        Num(small ? calc.GetMinDiameter() : calc.GetMaxDiameter()) + " Å)" +
+        (beyond > 0.0 ? ", and " + Num(beyond, "%.4f") + " cm3/g lies beyond it" : std::string()) +
+        ": the main pores may be outside the range; widen the diameter range");
+  }
+  return notes;
+}
+
+}  // namespace fiofla

@@ -105,6 +105,10 @@ CReportDataItemBase* AddBjhSection(CBJHCalc const& calc, CStr const& description
   table->AddNumericLine(CStr("Total pore volume:"), calc.GetTotalPoreVolume(), 6, "cm³/g");
   table->AddNumericLine(CStr("Total pore area:"), calc.GetTotalPoreArea(), 4, "m²/g");
   table->AddNumericLine(CStr("Intervals:"), double(m), 0, "");
+  table->AddNumericLine(CStr("Volume in smaller pores:"), calc.GetVolumeBelowRange(), 6, "cm³/g");
+  table->AddNumericLine(CStr("Volume in larger pores:"), calc.GetVolumeAboveRange(), 6, "cm³/g");
+  // What the calculation left out or found doubtful, in words, on the page itself.
+  for (const std::string& note : BjhNotes(calc)) table->AddItem(CStr("Note:"), CStr(note));
 
   CRSGraphAxisData::SSetup logX;
   logX.logarithmic = true;
@@ -131,8 +135,8 @@ CReportDataItemBase* AddBjhSection(CBJHCalc const& calc, CStr const& description
   }
   if (logSmooth.size() == m) Line(logGraph, CStr("Smoothed"), 1)->SetData(lower, logSmooth);
 
-  CReportStdTable* intervals =
-      page->AddStdTable(CStr("BJH Pore Intervals"), 8, kLayoutLeft, kLayoutRight);
+  // Eight columns need the page's whole width.
+  CReportStdTable* intervals = page->AddStdTable(CStr("BJH Pore Intervals"), 8, 0, 1000);
   intervals->SetLayoutBottom(logGraph);
   const char* titles[] = {"From (Å)",
                           "To (Å)",

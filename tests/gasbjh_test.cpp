@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <string>
 #include <vector>
 
 #include "test_util.h"
@@ -220,4 +222,62 @@ TEST(BJHCalculation, FilmWideningKeepsItsRelations) {
     }
     EXPECT_REL_CLOSE(vol[0], CBJHCalc::IncrPoreVol(L0, avg[0]), 1e-12);
   }
+}
+
+// What the walk leaves out is kept: points that do not fall, steps without pores, the
+// volume outside the diameter range, a peak at the range's edge.
+TEST(BJHCalculation, WhatIsLeftOutIsAccountedFor) {
+  CThicknessFunction hj(CThicknessFunction::eHarkinsJura);
+  CBJHCalc::SInput in = SinglePoreBranch(&hj, 40.0, 0.5);
+  // A point that rises on desorption, then the walk goes on below it.
+  in.m_RelPress[30] = in.m_RelPress[29] + 0.001;
+  in.m_QtyAdsorbed[30] = in.m_QtyAdsorbed[29] + 1.0;
+  const CBJHCalc desorption(in);
+  ASSERT_EQ(desorption.GetStatus(), CBJHCalc::STATUS_OK);
+  ASSERT_EQ(desorption.GetDroppedPoints().size(), 1u);
+  EXPECT_EQ(desorption.GetDroppedPoints()[0].index, 30u);
+  EXPECT_EQ(desorption.GetDroppedPoints()[0].relPress, in.m_RelPress[30]);
+  EXPECT_EQ(desorption.GetPeakAtEdge(), 0);
+  const auto notes = fiofla::BjhNotes(desorption);
+  ASSERT_FALSE(notes.empty());
+  EXPECT_NE(notes[0].find("1 point was left out"), std::string::npos) << notes[0];
+  EXPECT_NE(notes[0].find("point 31 (P/Po"), std::string::npos) << notes[0];
+
+  // The same branch given as an adsorption branch (ascending) names the same point.
+  CBJHCalc::SInput ascending = in;
+  std::reverse(ascending.m_RelPress.begin(), ascending.m_RelPress.end());
+  std::reverse(ascending.m_QtyAdsorbed.begin(), ascending.m_QtyAdsorbed.end());
+  ascending.m_UseAdsorption = true;
+  const CBJHCalc adsorption(ascending);
+  ASSERT_EQ(adsorption.GetDroppedPoints().size(), 1u);
+  EXPECT_EQ(adsorption.GetDroppedPoints()[0].index, in.m_RelPress.size() - 1 - 30);
+
+  // Inside plus outside the range is the volume of every interval.
+  in = SinglePoreBranch(&hj, 40.0, 0.5);
+  in.m_MinDiameter = 0.0;
+  in.m_MaxDiameter = 1e9;
+  const CBJHCalc all(in);
+  ASSERT_EQ(all.GetStatus(), CBJHCalc::STATUS_OK);
+  EXPECT_EQ(all.GetVolumeBelowRange(), 0.0);
+  EXPECT_EQ(all.GetVolumeAboveRange(), 0.0);
+  in.m_MinDiameter = 30.0;
+  in.m_MaxDiameter = 60.0;
+  const CBJHCalc window(in);
+  ASSERT_EQ(window.GetStatus(), CBJHCalc::STATUS_OK);
+  EXPECT_GT(window.GetVolumeBelowRange(), 0.0);
+  EXPECT_GT(window.GetVolumeAboveRange(), 0.0);
+  EXPECT_REL_CLOSE(
+      window.GetVolumeBelowRange() + window.GetTotalPoreVolume() + window.GetVolumeAboveRange(),
+      all.GetTotalPoreVolume(), 1e-12);
+
+  // A lower bound above the pores: the peak is cut, and the notes say so.
+  in.m_MinDiameter = 43.0;
+  in.m_MaxDiameter = 3000.0;
+  const CBJHCalc cut(in);
+  ASSERT_EQ(cut.GetStatus(), CBJHCalc::STATUS_OK);
+  EXPECT_EQ(cut.GetPeakAtEdge(), -1);
+  bool warned = false;
+  for (const auto& n : fiofla::BjhNotes(cut))
+    warned = warned || n.find("peak lies in its smallest-diameter interval") != std::string::npos;
+  EXPECT_TRUE(warned);
 }

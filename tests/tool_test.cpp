@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -398,6 +399,60 @@ TEST(ToolPores, TPlotAndBjhReportTheLibraryResults) {
   EXPECT_NE(report.out.find("BJH dV/dlog(D) Pore Volume"), std::string::npos);
   EXPECT_NE(report.out.find("BJH Pore Intervals"), std::string::npos);
   std::filesystem::remove_all(dir);
+}
+
+// bjh says what it left out, how much volume lies outside the diameter range, and warns
+// when the peak sits at the range's edge; the report shows the same, its table page-wide.
+TEST(ToolPores, BjhSaysWhatItLeftOut) {
+  auto json = [](const ToolRun& run) {
+    auto doc = std::make_unique<rapidjson::Document>();
+    doc->Parse(run.out.c_str());
+    EXPECT_FALSE(doc->HasParseError()) << run.out << run.err;
+    return doc;
+  };
+  const auto all = json(RunTool({"bjh", kExample, "--json", "--diameter-range", "1:100000"}));
+  const auto cut = json(RunTool({"bjh", kExample, "--json", "--diameter-range", "60:3000"}));
+  const double below = (*cut)["volume_below_range_cm3_per_g"].GetDouble();
+  EXPECT_GT(below, 0.1);
+  EXPECT_NEAR(below + (*cut)["total_pore_volume_cm3_per_g"].GetDouble() +
+                  (*cut)["volume_above_range_cm3_per_g"].GetDouble(),
+              (*all)["total_pore_volume_cm3_per_g"].GetDouble(), 1e-12);
+  // The example's film steps below P/Po 0.3 open no pores; each is listed.
+  ASSERT_TRUE(cut->HasMember("steps_without_pores"));
+  for (const auto& step : (*cut)["steps_without_pores"].GetArray())
+    EXPECT_LE(step["volume_cm3_per_g"].GetDouble(), 0.0);
+  // The main pores (about 55 Å) lie below 60 Å: the peak is at the lower edge.
+  bool warned = false;
+  for (const auto& note : (*cut)["notes"].GetArray())
+    warned = warned ||
+             std::string(note.GetString()).find("smallest-diameter interval") != std::string::npos;
+  EXPECT_TRUE(warned);
+
+  // A rising desorption point is named in text and JSON.
+  fiofla::IsothermData iso = fiofla::ReadIsothermFile(kExample);
+  std::size_t k = iso.size() - 5;
+  ASSERT_EQ(iso.branch[k], fiofla::Branch::kDesorption);
+  iso.relativePressure[k] = iso.relativePressure[k - 1] + 0.001;
+  iso.quantityAdsorbedCm3PerGStp[k] = iso.quantityAdsorbedCm3PerGStp[k - 1] + 1.0;
+  const std::string rising = TempPath("rising.csv");
+  std::ofstream(rising) << fiofla::FormatIsothermCsv(iso);
+  const auto text = RunTool({"bjh", rising});
+  EXPECT_EQ(text.code, 0) << text.err;
+  EXPECT_NE(text.out.find("Points left out"), std::string::npos) << text.out;
+  EXPECT_NE(text.out.find("1 point was left out"), std::string::npos) << text.out;
+  const auto dropped = json(RunTool({"bjh", rising, "--json"}));
+  ASSERT_EQ((*dropped)["points_dropped"].Size(), 1u);
+  std::remove(rising.c_str());
+
+  const std::string html = TempPath("bjh-report.html");
+  ASSERT_EQ(RunTool({"report", kExample, "-o", html}).code, 0);
+  const std::string page = ReadFile(html);
+  const auto table = page.find("<h2>BJH Pore Intervals</h2>");
+  ASSERT_NE(table, std::string::npos);
+  EXPECT_NE(page.rfind("width:100%\">", table), std::string::npos);
+  EXPECT_NE(page.find(".std{width:100%"), std::string::npos);
+  EXPECT_NE(page.find("Volume in smaller pores:"), std::string::npos);
+  std::remove(html.c_str());
 }
 
 }  // namespace

@@ -27,9 +27,17 @@
 // - Input vectors of different lengths are used up to the shorter one.
 // - The interval counters are 16-bit: a branch with more than 65,000 points after
 //   preparation is refused with status 2 rather than wrapping a counter.
+// - Nothing is left out silently: the points the preparation drops (GetDroppedPoints), the
+//   steps whose freed liquid the thinning film alone explains (GetEmptySteps: variant A
+//   counts no pores for them, B and C merge them into the next interval), the pore volume
+//   of intervals outside the diameter range (GetVolumeBelowRange, GetVolumeAboveRange) and
+//   a peak in an edge interval (GetPeakAtEdge) are kept for the caller to report;
+//   fiofla::BjhNotes says them in words.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "fiofla/gastplot.h"
@@ -85,6 +93,20 @@ class CBJHCalc {
   /// Not calculated.
   static constexpr int STATUS_NOT_CALCULATED = 8;
 
+  /// A point of the branch the preparation left out: a desorption walk needs every point
+  /// below its predecessor in both P/Po and quantity adsorbed.
+  struct SDroppedPoint {
+    std::size_t index;   ///< 0-based position in the branch as given
+    double relPress;     ///< P/Po, as given
+    double qtyAdsorbed;  ///< cm3/g STP
+  };
+  /// A step of the walk that opened no pores because the film thinning on the pores already
+  /// found explains all the liquid it freed.
+  struct SEmptyStep {
+    double relPressHigh, relPressLow;  ///< the step's end pressures
+    double volume;                     ///< volume left for new pores, cm3/g (not positive)
+  };
+
   /// Empty, not calculated (status 8).
   CBJHCalc() = default;
   /// The whole calculation.
@@ -124,6 +146,21 @@ class CBJHCalc {
   /// dA/dlog(D), m2/g.
   void GetLogDifferentialArea(CNumVector<double>& out, bool smoothed) const;
 
+  /// Points of the branch that were left out, in branch order.
+  std::vector<SDroppedPoint> const& GetDroppedPoints() const { return m_Dropped; }
+  /// Steps that opened no pores, from high to low pressure.
+  std::vector<SEmptyStep> const& GetEmptySteps() const { return m_EmptySteps; }
+  /// Pore volume of the computed intervals whose average diameter lies below the lower or
+  /// above the upper bound of the diameter range, cm3/g; 0 unless status 0.
+  double GetVolumeBelowRange() const { return m_VolumeBelow; }
+  double GetVolumeAboveRange() const { return m_VolumeAbove; }
+  /// The diameter range asked for, Å.
+  double GetMinDiameter() const { return m_MinDiameter; }
+  double GetMaxDiameter() const { return m_MaxDiameter; }
+  /// Where the largest dV/dD of three or more selected intervals lies: -1 in the smallest-
+  /// diameter interval, +1 in the largest, 0 between them (or fewer intervals, or no result).
+  int GetPeakAtEdge() const;
+
   /// Clamps p into [1e-10, 0.9998].
   static void LimitRelPress(double& p);
   /// Kelvin radius at p, Å, with this object's corrections; 0 for p < 1e-30.
@@ -144,8 +181,10 @@ class CBJHCalc {
   static double GetSinglePointPoreWidth(double p, double K, CThicknessFunction const& t);
   /// Clamps, orders (high to low pressure) and thins the branch; sets the status on failure.
   bool PrepIsotherm(std::vector<double>& P, std::vector<double>& Q);
-  /// Keeps the first point and every point below its predecessor in both P and Q.
-  static void PrepDesPoints(std::vector<double>& P, std::vector<double>& Q);
+  /// Keeps the first point and every point below its predecessor in both P and Q; the
+  /// positions of the others go to `dropped` when given.
+  static void PrepDesPoints(std::vector<double>& P, std::vector<double>& Q,
+                            std::vector<std::size_t>* dropped = nullptr);
   /// Reverses both vectors (an adsorption branch walked downwards).
   static void InvertAdsPoints(std::vector<double>& P, std::vector<double>& Q);
 
@@ -178,4 +217,17 @@ class CBJHCalc {
   std::vector<double> m_Lengths;
   CBJHPoreDistribution m_VolumeDistribution;
   CBJHPoreDistribution m_AreaDistribution;
+  std::vector<SDroppedPoint> m_Dropped;
+  std::vector<SEmptyStep> m_EmptySteps;
+  double m_VolumeBelow = 0.0;
+  double m_VolumeAbove = 0.0;
 };
+
+namespace fiofla {
+
+/// What the calculation left out or found doubtful, one sentence each: dropped points,
+/// steps without pores, the pore volume outside the diameter range, a peak at the range's
+/// edge. Empty when there is nothing to say (or no result).
+std::vector<std::string> BjhNotes(CBJHCalc const& calc);
+
+}  // namespace fiofla

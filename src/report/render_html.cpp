@@ -872,10 +872,11 @@ tr.pass th{border-left-color:#2b8a3e}
 tr.pass .mark{color:#2b8a3e;font-weight:700}
 .line2{color:#555}
 .scroll{overflow-x:auto}
-.std th{text-align:right;font-weight:600;padding:4px 10px;white-space:nowrap;border-bottom:1.5px solid #333;
+.std{width:100%;font-size:12px}
+.std th{text-align:right;font-weight:600;padding:4px 6px;border-bottom:1.5px solid #333;
   vertical-align:bottom}
 .std th .unit{font-weight:normal}
-.std td{padding:2px 10px}
+.std td{padding:2px 6px}
 .std tbody tr:nth-child(even){background:#f6f8fa}
 .std tbody tr:last-child td{border-bottom:1px solid #333}
 svg.graph{display:block;max-width:100%;height:auto;font-family:inherit}

@@ -136,7 +136,11 @@ int Bjh(const PoreOptions& o, Streams& io) {
            "cm3/g (pores of " + Num(o.pore.dLowAngstrom) + " to " + Num(o.pore.dHighAngstrom) +
                " Å)",
            Dec(6))
-      .Add("total_pore_area_m2_per_g", "Total pore area", bjh.GetTotalPoreArea(), "m2/g", Dec(4));
+      .Add("total_pore_area_m2_per_g", "Total pore area", bjh.GetTotalPoreArea(), "m2/g", Dec(4))
+      .Add("volume_below_range_cm3_per_g", "Smaller pores", bjh.GetVolumeBelowRange(),
+           "cm3/g below " + Num(o.pore.dLowAngstrom) + " Å (not in the total)", Dec(6))
+      .Add("volume_above_range_cm3_per_g", "Larger pores", bjh.GetVolumeAboveRange(),
+           "cm3/g above " + Num(o.pore.dHighAngstrom) + " Å (not in the total)", Dec(6));
   auto at = [](const CNumVector<double>& v, std::size_t k) { return k < v.size() ? v[k] : NAN; };
   Table& t = r.AddTable("intervals", "Pore intervals",
                         {{"diameter_from_angstrom", "D from (Å)", 11, Dec(2)},
@@ -149,6 +153,7 @@ int Bjh(const PoreOptions& o, Streams& io) {
                          {"cumulative_area_m2_per_g", "cum A", 11, Dec(4)}});
   for (std::size_t k = 0; k < avg.size(); ++k)
     t.Row({d[k], d[k + 1], avg[k], vol[k], at(cumVol, k), at(logVol, k), area[k], at(cumArea, k)});
+  AddBjhAccounting(r, bjh);
   r.Print(io.out, o.json);
   return kExitOk;
 }

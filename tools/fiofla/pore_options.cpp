@@ -263,4 +263,29 @@ const char* BjhStatusText(int status) {
   }
 }
 
+void AddBjhAccounting(Result& r, const CBJHCalc& bjh) {
+  const auto& dropped = bjh.GetDroppedPoints();
+  if (!dropped.empty()) {
+    Table& t = r.AddTable("points_dropped", "Points left out (not below the point before)",
+                          {{"index", "point", 8, Dec(0)},
+                           {"relative_pressure", "P/Po", 12, Sig(6)},
+                           {"quantity_cm3_per_g_stp", "Q (cm3/g STP)", 14, Sig(6)},
+                           {"reason", "", 0, {}}});
+    for (const auto& d : dropped)
+      t.Row({static_cast<long long>(d.index + 1), d.relPress, d.qtyAdsorbed,
+             std::string("P/Po or quantity not below the point before")});
+  }
+  const auto& empty = bjh.GetEmptySteps();
+  if (!empty.empty()) {
+    Table& t =
+        r.AddTable("steps_without_pores", "Steps the thinning film explains (no pores counted)",
+                   {{"relative_pressure_from", "P/Po from", 12, Sig(6)},
+                    {"relative_pressure_to", "P/Po to", 12, Sig(6)},
+                    {"volume_cm3_per_g", "V (cm3/g)", 13, Sig(4)}});
+    for (const auto& e : empty) t.Row({e.relPressHigh, e.relPressLow, e.volume});
+  }
+  const std::vector<std::string> notes = fiofla::BjhNotes(bjh);
+  if (!notes.empty()) r.List("notes", "Notes", notes);
+}
+
 }  // namespace fiofla::cli

@@ -9,6 +9,7 @@
 #include "app.h"
 #include "fiofla/gasbjh.h"
 #include "fiofla/gastplot.h"
+#include "result.h"
 
 namespace fiofla::cli {
 
@@ -66,5 +67,9 @@ BjhRun RunBjhOn(const IsothermData& iso, const PoreSettings& s);
 const char* TPlotStatusText(int status);
 /// A BJH status in words.
 const char* BjhStatusText(int status);
+
+/// Adds to a BJH result what the calculation left out (points, steps without pores) as
+/// tables, and BjhNotes as a list of notes.
+void AddBjhAccounting(Result& r, const CBJHCalc& bjh);
 
 }  // namespace fiofla::cli
