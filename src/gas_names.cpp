@@ -8,15 +8,6 @@
 namespace fiofla {
 namespace {
 
-std::string Squeezed(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    if (c == ' ' || c == '_' || c == '-' || c == '\t') continue;
-    out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  }
-  return out;
-}
-
 bool AllInGrid(const CGasCompressibilityTable& table,
                const std::vector<std::pair<double, double>>& points) {
   for (const auto& [p, t] : points)
@@ -36,7 +27,7 @@ std::string GasTableName(const std::string& name) {
       {"methane", {"methane", "ch4", ""}},  {"hydrogen", {"hydrogen", "h2", ""}},
       {"oxygen", {"oxygen", "o2", ""}},
   };
-  const std::string wanted = Squeezed(name);
+  const std::string wanted = NameKey(name);
   if (wanted.empty()) return {};
   for (const auto& gas : kGases)
     for (const char* n : gas.names)

@@ -23,24 +23,8 @@
 namespace fiofla {
 namespace {
 
-[[noreturn]] void Fail(const std::string& source, const std::string& what) {
-  throw InputError(source + ": " + what);
-}
-
-std::string Short(double value) {
-  char buf[32];
-  std::snprintf(buf, sizeof buf, "%.6g", value);
-  return buf;
-}
-
-std::string Squeezed(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    if (c == ' ' || c == '_' || c == '-' || c == '\t') continue;
-    out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  }
-  return out;
-}
+using io_detail::Fail;
+using io_detail::Short;
 
 CGasCompressibilityCache& CacheOf(CGasCompressibilityCache* cache) {
   return cache ? *cache : CGasCompressibilityCache::ms_cCache;

@@ -18,24 +18,8 @@
 namespace fiofla {
 namespace {
 
-[[noreturn]] void Fail(const std::string& source, const std::string& what) {
-  throw InputError(source + ": " + what);
-}
-
-std::string Squeezed(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    if (c == ' ' || c == '_' || c == '-' || c == '\t') continue;
-    out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  }
-  return out;
-}
-
-std::string Short(double value) {
-  char buf[32];
-  std::snprintf(buf, sizeof buf, "%.6g", value);
-  return buf;
-}
+using io_detail::Fail;
+using io_detail::Short;
 
 // Whether the first item of the text, past blank and comment lines, is a CIF data block.
 bool StartsWithDataBlock(const std::string& text) {
@@ -105,9 +89,9 @@ const char* FormatName(IsothermFormat format) {
 }
 
 bool FormatFromName(const std::string& name, IsothermFormat* format) {
-  const std::string wanted = Squeezed(name);
+  const std::string wanted = NameKey(name);
   for (IsothermFormat f : AllFormats()) {
-    if (wanted == Squeezed(FormatName(f))) {
+    if (wanted == NameKey(FormatName(f))) {
       *format = f;
       return true;
     }
@@ -128,7 +112,7 @@ IsothermFormat DetectFormatOfText(const std::string& path, const std::string& te
   const auto slash = path.find_last_of('/');
   if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
     return IsothermFormat::kCsv;
-  const std::string ext = Squeezed(path.substr(dot + 1));
+  const std::string ext = NameKey(path.substr(dot + 1));
   if (ext == "aif" || ext == "cif") return IsothermFormat::kAif;
   if (ext == "json") return IsothermFormat::kIsodb;
   return IsothermFormat::kCsv;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 
 #include "fiofla/io/isotherm_file.h"
@@ -9,6 +10,18 @@
 class CGasCompressibilityTable;
 
 namespace fiofla::io_detail {
+
+/// Throws InputError "<source>: <what>".
+[[noreturn]] inline void Fail(const std::string& source, const std::string& what) {
+  throw InputError(source + ": " + what);
+}
+
+/// A number for messages, six significant digits.
+inline std::string Short(double value) {
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%.6g", value);
+  return buf;
+}
 
 /// Index of the pressure unit `text` in PressureUnits(); throws InputError
 /// "<source>: unknown pressure unit '<text>' (<where>); known: ..." when none.

@@ -1,6 +1,7 @@
 #include "fiofla/str/cstr.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 
 #include "fiofla/num/numvector.h"
@@ -181,3 +182,16 @@ std::ostream& CStr::WriteCharArray(std::ostream& os, int width) const {
   }
   return os;
 }
+
+namespace fiofla {
+
+std::string NameKey(const std::string& text) {
+  std::string out;
+  for (char c : text) {
+    if (c == ' ' || c == '_' || c == '-' || c == '\t') continue;
+    out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  }
+  return out;
+}
+
+}  // namespace fiofla

@@ -135,3 +135,11 @@ struct hash<CStr> {
   std::size_t operator()(const CStr& s) const noexcept { return std::hash<std::string>{}(s.str()); }
 };
 }  // namespace std
+
+namespace fiofla {
+
+/// A name as a key for matching names people write: ASCII letters in lower case, blanks,
+/// tabs, '_' and '-' removed ("Carbon Dioxide" and "carbon_dioxide" give "carbondioxide").
+std::string NameKey(const std::string& text);
+
+}  // namespace fiofla
