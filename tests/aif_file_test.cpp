@@ -197,6 +197,34 @@ TEST(Aif, MassLoadingsUseTheAdsorptivesMolarMass) {
 }
 
 // Every bad_*.aif file names, in its first line, what its error message must contain.
+// Files written to later versions of the dictionary name the adsorptive, the material and
+// the amounts' unit otherwise, and may give the adsorbent's molar mass and density.
+TEST(Aif, LaterDictionaryNamesAndTheAdsorbentsData) {
+  const std::string later =
+      "data_later\n"
+      "_exptl_temperature 298.15\n"
+      "_adsnt_material_name 'UiO-66-NH2'\n"
+      "_adsnt_sample_mass 0.0567\n"
+      "_adsnt_molar_mass 1746.23\n"
+      "_adsorptive_name 'Carbon Dioxide (dry)'\n"
+      "_adsorptive_info CO2\n"
+      "_units_pressure Pa\n"
+      "_units_sorbed_amount 'mol/mol'\n"
+      "loop_\n_adsorp_index\n_adsorp_pressure\n_adsorp_p0\n_adsorp_amount\n"
+      "1 500.0 6427400.0 0.5\n2 1000.0 6427400.0 1.0\n";
+  const IsothermData iso = fiofla::ParseAif(later, "later.aif");
+  EXPECT_EQ(iso.info.adsorptive, "CO2");  // the name with a gas table
+  EXPECT_EQ(iso.info.material, "UiO-66-NH2");
+  EXPECT_EQ(iso.info.sampleMassG, 0.0567);
+  ASSERT_EQ(iso.size(), 2u);
+  EXPECT_REL_CLOSE(iso.quantityAdsorbedCm3PerGStp[1], 1000.0 / 1746.23 * kCm3StpPerMmol, 1e-14);
+  // The caller's molar mass wins over the file's.
+  fiofla::IsothermReadOptions options;
+  options.adsorbentMolarMassGPerMol = 1000.0;
+  EXPECT_REL_CLOSE(fiofla::ParseAif(later, "later.aif", options).quantityAdsorbedCm3PerGStp[1],
+                   kCm3StpPerMmol, 1e-14);
+}
+
 TEST(Aif, BadFilesGiveOneLineErrorsStartingWithThePath) {
   int checked = 0;
   for (const auto& entry : std::filesystem::directory_iterator(fiofla::test::TestData("bad"))) {

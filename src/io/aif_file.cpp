@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "fiofla/compress.h"
 #include "fiofla/types.h"
 #include "fiofla/units/units.h"
 #include "isotherm_internal.h"
@@ -33,7 +34,14 @@ constexpr const char* kUnitsPressure = "_units_pressure";
 constexpr const char* kUnitsLoading = "_units_loading";
 // Read as fallbacks and kept verbatim: each has a meaning of its own besides the one used.
 constexpr const char* kAltSampleMass = "_adsnt_sample_mass";
-constexpr const char* kAltMaterial[] = {"_sample_material_id", "_adsnt_sample_name"};
+constexpr const char* kAltMaterial[] = {"_adsnt_material_name", "_sample_material_id",
+                                        "_adsnt_sample_name"};
+// Later versions of the dictionary name the adsorptive and the amounts' unit so.
+constexpr const char* kAltAdsorptive[] = {"_adsorptive_name", "_adsorptive_info"};
+constexpr const char* kAltUnitsLoading = "_units_sorbed_amount";
+// What loadings per formula unit or per volume of adsorbent need, in g/mol and g/cm3.
+constexpr const char* kAdsorbentMolarMass = "_adsnt_molar_mass";
+constexpr const char* kAdsorbentDensity = "_adsnt_sample_density";
 // Units of the kept items as much as of the interpreted ones (a degas temperature, say), so
 // they stay as the file has them and the writer writes temperature and mass in them.
 constexpr const char* kUnitsTemperature = "_units_temperature";
@@ -227,8 +235,8 @@ bool ReadBranch(const cif::Block& block, const std::string& prefix, const std::s
 // Single items into `info`; everything not interpreted is kept in info.items.
 void ReadItems(const cif::Block& block, const std::string& name, RawIsotherm* raw) {
   IsothermInfo& info = raw->info;
-  std::string temperature, temperatureUnit, mass, altMass, massUnit;
-  std::string altMaterial[2];
+  std::string temperature, temperatureUnit, mass, altMass, massUnit, altUnitsLoading;
+  std::string altMaterial[3], altAdsorptive[2], molarMass, density;
   for (const cif::Item& item : block.items) {
     if (item.type != cif::ItemType::Pair) continue;
     const std::string& tag = item.pair[0];
@@ -244,11 +252,28 @@ void ReadItems(const cif::Block& block, const std::string& name, RawIsotherm* ra
     if (SameTag(tag, kSampleMass) && !value.empty()) mass = item.pair[1];
     if (SameTag(tag, kAltSampleMass) && !value.empty()) altMass = item.pair[1];
     if (SameTag(tag, kUnitsMass)) massUnit = value;
-    for (int i = 0; i < 2; ++i)
+    for (int i = 0; i < 3; ++i)
       if (SameTag(tag, kAltMaterial[i])) altMaterial[i] = value;
+    for (int i = 0; i < 2; ++i)
+      if (SameTag(tag, kAltAdsorptive[i])) altAdsorptive[i] = value;
+    if (SameTag(tag, kAltUnitsLoading)) altUnitsLoading = value;
+    if (SameTag(tag, kAdsorbentMolarMass) && !value.empty()) molarMass = item.pair[1];
+    if (SameTag(tag, kAdsorbentDensity) && !value.empty()) density = item.pair[1];
   }
   for (const std::string& alt : altMaterial)
     if (info.material.empty()) info.material = alt;
+  // A name with a gas table beats one without ("Carbon dioxide (dry)" beside "CO2").
+  for (const std::string& alt : altAdsorptive)
+    if (info.adsorptive.empty() ||
+        (GasTableName(info.adsorptive).empty() && !GasTableName(alt).empty()))
+      if (!alt.empty()) info.adsorptive = alt;
+  if (raw->loadingUnit.empty()) {
+    raw->loadingUnit = altUnitsLoading;
+    raw->loadingUnitWhere = kAltUnitsLoading;
+  }
+  if (!molarMass.empty())
+    raw->adsorbentMolarMassGPerMol = Number(molarMass, name, kAdsorbentMolarMass);
+  if (!density.empty()) raw->materialDensityGPerCm3 = Number(density, name, kAdsorbentDensity);
 
   if (!temperature.empty()) {
     const double value = Number(temperature, name, kTemperature);
@@ -403,9 +428,11 @@ IsothermData ParseAif(const std::string& text, const std::string& name,
 
   if (raw.pressureUnit.empty())
     Fail(name, "_units_pressure is missing (the unit of the pressures)");
-  if (raw.loadingUnit.empty()) Fail(name, "_units_loading is missing (the unit of the amounts)");
+  if (raw.loadingUnit.empty())
+    Fail(name, "_units_loading is missing (the unit of the amounts; also read as " +
+                   std::string(kAltUnitsLoading) + ")");
   raw.pressureUnitWhere = kUnitsPressure;
-  raw.loadingUnitWhere = kUnitsLoading;
+  if (raw.loadingUnitWhere.empty()) raw.loadingUnitWhere = kUnitsLoading;
   return ConvertIsotherm(std::move(raw), options);
 }
 

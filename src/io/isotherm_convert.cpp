@@ -297,8 +297,11 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
   const std::string loadingText = raw.loadingUnit.empty() ? "cm3/g STP" : raw.loadingUnit;
   const io_detail::ResolvedLoadingUnit loading = io_detail::ResolveLoadingUnit(
       loadingText, iso.info, options.gasCache,
-      {options.adsorbentMolarMassGPerMol, options.materialDensityGPerCm3}, raw.source,
-      raw.loadingUnitWhere);
+      {std::isfinite(options.adsorbentMolarMassGPerMol) ? options.adsorbentMolarMassGPerMol
+                                                        : raw.adsorbentMolarMassGPerMol,
+       std::isfinite(options.materialDensityGPerCm3) ? options.materialDensityGPerCm3
+                                                     : raw.materialDensityGPerCm3},
+      raw.source, raw.loadingUnitWhere);
   iso.quantityAdsorbedCm3PerGStp.reserve(n);
   for (double q : raw.loading)
     iso.quantityAdsorbedCm3PerGStp.push_back(loading.units.ToInternal(q, loading.index));

@@ -256,16 +256,13 @@ IsothermData Convert(const JsonValue& root, Points points, const std::string& na
       raw.info.adsorptive = *n;
     }
   }
-  IsothermReadOptions opts = options;
   bool materialKept = false;
   if (const JsonValue* m = meta.Find("material")) {
     if (m->IsObject()) {
       const Meta material(*m, name + ": material");
       if (auto n = material.Text("name")) raw.info.material = *n;
-      if (!std::isfinite(opts.adsorbentMolarMassGPerMol))
-        opts.adsorbentMolarMassGPerMol = material.Number("molar_mass").value_or(NAN);
-      if (!std::isfinite(opts.materialDensityGPerCm3))
-        opts.materialDensityGPerCm3 = material.Number("density").value_or(NAN);
+      raw.adsorbentMolarMassGPerMol = material.Number("molar_mass").value_or(NAN);
+      raw.materialDensityGPerCm3 = material.Number("density").value_or(NAN);
       materialKept = true;
     } else if (auto n = meta.Text("material")) {
       raw.info.material = *n;
@@ -331,7 +328,7 @@ IsothermData Convert(const JsonValue& root, Points points, const std::string& na
     raw.info.items.emplace_back(key, CompactJson(member.value));
   }
 
-  IsothermData iso = ConvertIsotherm(std::move(raw), opts);
+  IsothermData iso = ConvertIsotherm(std::move(raw), options);
   iso.notes.insert(iso.notes.begin(), notes.begin(), notes.end());
   return iso;
 }

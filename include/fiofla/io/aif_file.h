@@ -2,10 +2,13 @@
 // community, read and written through gemmi's CIF parser.
 //
 // Read: the first data block. Items interpreted (all optional except the points):
-//   _exptl_adsorptive, _exptl_temperature (in _units_temperature: K or C; K when not given),
+//   _exptl_adsorptive (else _adsorptive_name or _adsorptive_info, preferring a name with a
+//   gas table), _exptl_temperature (in _units_temperature: K or C; K when not given),
 //   _exptl_sample_mass, else _adsnt_sample_mass (in _units_mass: g, mg or kg; g when not
-//   given), _adsnt_material_id, else _sample_material_id, else _adsnt_sample_name (the
-//   material), _units_pressure and _units_loading (both required);
+//   given), _adsnt_material_id, else _adsnt_material_name, _sample_material_id or
+//   _adsnt_sample_name (the material), _units_pressure and _units_loading (else
+//   _units_sorbed_amount; both required), _adsnt_molar_mass (g/mol) and
+//   _adsnt_sample_density (g/cm3) for loadings per formula unit or per volume;
 //   loops _adsorp_pressure/_adsorp_p0/_adsorp_amount and _desorp_pressure/_desorp_p0/
 //   _desorp_amount, either or both (a point may also be given as single items, and one Po
 //   for a whole branch as a single _adsorp_p0 or _desorp_p0). When one branch gives Po, the

@@ -125,6 +125,10 @@ struct RawIsotherm {
   std::string loadingUnit, loadingUnitWhere;
   /// What else the file says; the unit fields are filled by ConvertIsotherm.
   IsothermInfo info;
+  /// The adsorbent's formula-unit molar mass (g/mol) and density (g/cm3) when the file
+  /// gives them, for loadings per formula unit or volume; the read options' win.
+  double adsorbentMolarMassGPerMol = std::numeric_limits<double>::quiet_NaN();
+  double materialDensityGPerCm3 = std::numeric_limits<double>::quiet_NaN();
 };
 
 /// How to read an isotherm file.
@@ -172,7 +176,6 @@ IsothermFormat DetectFormatOfText(const std::string& path, const std::string& te
 /// DetectFormatOfText on the first 64 kB of the file at `path` (by extension when it does
 /// not open).
 IsothermFormat DetectFormat(const std::string& path);
-
 
 /// Converts what a file gives into an isotherm: units to mmHg and cm3/g STP, P/Po from
 /// pressure and Po, branches split when not given. Throws InputError naming the source and
