@@ -210,7 +210,7 @@ TEST(Aif, LaterDictionaryNamesAndTheAdsorbentsData) {
       "_adsorptive_info CO2\n"
       "_units_pressure Pa\n"
       "_units_sorbed_amount 'mol/mol'\n"
-      "loop_\n_adsorp_index\n_adsorp_pressure\n_adsorp_p0\n_adsorp_amount\n"
+      "loop_\n_adsorp_index\n_adsorp_pressure\n_adsorp_p0\n_adsorp_loading\n"
       "1 500.0 6427400.0 0.5\n2 1000.0 6427400.0 1.0\n";
   const IsothermData iso = fiofla::ParseAif(later, "later.aif");
   EXPECT_EQ(iso.info.adsorptive, "CO2");  // the name with a gas table

@@ -1,10 +1,12 @@
 // One isotherm through every reader, writer and unit: the BET area must not notice.
+#include <cmath>
 #include <sstream>
 
 #include "fiofla/calc_bet.h"
 #include "fiofla/io/aif_file.h"
 #include "fiofla/io/isodb_file.h"
 #include "fiofla/io/isotherm_file.h"
+#include "fiofla/io/pygaps_file.h"
 #include "test_util.h"
 
 namespace {
@@ -157,4 +159,45 @@ TEST(IsothermFormats, LoadingsPerFormulaUnitOrVolumeNeedTheAdsorbentsData) {
   options.materialDensityGPerCm3 = density;
   EXPECT_REL_CLOSE(BetArea(fiofla::ConvertIsotherm(perMol, options)), BetArea(csv), 1e-12);
   EXPECT_REL_CLOSE(BetArea(fiofla::ConvertIsotherm(perVolume, options)), BetArea(csv), 1e-12);
+}
+
+// A supercritical isotherm has no Po: analyses refuse it and say why, converting keeps it.
+TEST(IsothermFormats, WithoutPoAnIsothermConvertsButDoesNotAnalyse) {
+  fiofla::RawIsotherm raw;
+  raw.source = "methane.aif";
+  raw.info.adsorptive = "CH4";
+  raw.info.temperatureK = 298.15;
+  raw.pressure = {100.0, 500.0, 1000.0};
+  raw.pressureUnit = "kPa";
+  raw.loading = {0.45, 1.89, 3.12};
+  raw.loadingUnit = "mmol/g";
+  try {
+    fiofla::ConvertIsotherm(raw);
+    ADD_FAILURE() << "read without Po";
+  } catch (const fiofla::InputError& e) {
+    EXPECT_NE(std::string(e.what()).find("above its critical temperature"), std::string::npos)
+        << e.what();
+  }
+  fiofla::IsothermReadOptions converting;
+  converting.requirePo = false;
+  const IsothermData iso = fiofla::ConvertIsotherm(raw, converting);
+  ASSERT_EQ(iso.size(), 3u);
+  EXPECT_TRUE(std::isnan(iso.relativePressure[0]));
+  EXPECT_TRUE(iso.poMmHg.empty());
+  EXPECT_EQ(iso.notes.size(), 1u);
+  // CSV and pyGAPS JSON carry the absolute pressures and read back the same way.
+  const std::string csv = fiofla::FormatIsothermCsv(iso);
+  EXPECT_EQ(csv.find("relative_pressure"), std::string::npos) << csv;
+  std::istringstream in(csv);
+  const IsothermData back = fiofla::ParseIsothermCsv(in, "back.csv", converting);
+  const IsothermData json =
+      fiofla::ParsePygapsJson(fiofla::FormatPygapsJson(iso), "back.json", converting);
+  for (const IsothermData* other : {&back, &json}) {
+    ASSERT_EQ(other->size(), 3u);
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_REL_CLOSE(other->pressureMmHg[i], iso.pressureMmHg[i], 1e-14);
+      EXPECT_REL_CLOSE(other->quantityAdsorbedCm3PerGStp[i], iso.quantityAdsorbedCm3PerGStp[i],
+                       1e-14);
+    }
+  }
 }

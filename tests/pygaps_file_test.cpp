@@ -146,8 +146,8 @@ TEST(PygapsFile, CsvReadsAsTheJsonDoes) {
   const IsothermData iso = fiofla::ParsePygapsCsv(csv.str(), "iso.csv");
   ExpectTheIsotherm(iso, 1e-12);
   EXPECT_EQ(iso.sourceLine[0], 15u);
-  ASSERT_EQ(iso.info.items.size(), 1u);  // kept as JSON text for writing back
-  EXPECT_EQ(iso.info.items[0].second, "\"Isotherme\"");
+  ASSERT_EQ(iso.info.items.size(), 1u);  // kept for writing back
+  EXPECT_EQ(iso.info.items[0].second, "Isotherme");
 }
 
 TEST(PygapsFile, WrittenJsonReadsBackWithoutLoss) {

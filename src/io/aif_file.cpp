@@ -50,7 +50,7 @@ constexpr const char* kUnitsMass = "_units_mass";
 constexpr const char* kOwnedTags[] = {kAdsorptive, kTemperature,   kSampleMass,
                                       kMaterial,   kUnitsPressure, kUnitsLoading};
 constexpr const char* kBranchPrefix[] = {"_adsorp_", "_desorp_"};
-constexpr const char* kColumns[] = {"pressure", "p0", "amount"};
+constexpr const char* kColumns[] = {"pressure", "p0", "amount", "loading"};
 
 struct MassUnit {
   const char* id;
@@ -204,7 +204,11 @@ struct BranchColumns {
 // False when the file has no column of the branch at all.
 bool ReadBranch(const cif::Block& block, const std::string& prefix, const std::string& name,
                 BranchColumns* out) {
-  const std::string pTag = prefix + "pressure", poTag = prefix + "p0", qTag = prefix + "amount";
+  const std::string pTag = prefix + "pressure", poTag = prefix + "p0";
+  // Later versions of the dictionary call the amounts "loading".
+  std::string qTag = prefix + "amount";
+  if (!FindColumn(block, qTag).item && FindColumn(block, prefix + "loading").item)
+    qTag = prefix + "loading";
   const Column p = FindColumn(block, pTag), po = FindColumn(block, poTag),
                q = FindColumn(block, qTag);
   if (!p.item && !po.item && !q.item) return false;

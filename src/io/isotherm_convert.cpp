@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <sstream>
 
 #include "fiofla/compress.h"
@@ -83,6 +84,18 @@ bool PoFromGasTable(const IsothermInfo& info, CGasCompressibilityCache* cache, d
   if (!gas->CalcPsatFromTemp(&psat, info.temperatureK, below) || !(psat > 0.0)) return false;
   *poMmHg = psat;
   return true;
+}
+
+// Why no Po can be had for absolute pressures, and what to give.
+std::string NoPoReason(const IsothermInfo& info, CGasCompressibilityCache* cache) {
+  const CGasCompressibilityTable* gas = TableOf(info.adsorptive, cache);
+  if (gas != nullptr && std::isfinite(info.temperatureK) &&
+      info.temperatureK >= gas->GetCriticalTemperature())
+    return "pressures are absolute and no Po is given, and " + GasTableName(info.adsorptive) +
+           " has none at " + Short(info.temperatureK) + " K, above its critical temperature (" +
+           Short(gas->GetCriticalTemperature()) + " K); give a Po (--p0) to work in P/Po";
+  return "pressures are absolute but no Po is given; give one (--p0), or the adsorptive and "
+         "temperature of a gas fiofla has a table for";
 }
 
 }  // namespace
@@ -237,6 +250,7 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
 
   IsothermData iso;
   iso.source = raw.source;
+  bool relativeUnknown = false;  // absolute pressures without any Po, when allowed
   iso.info = std::move(raw.info);
   const CUnits pressureUnits = PressureUnits();
 
@@ -268,14 +282,17 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
       for (double po : raw.po) iso.poMmHg.push_back(pressureUnits.ToInternal(po, poIndex));
   } else if (raw.relativePressure.empty()) {
     double po = 0.0;
-    if (!PoFromGasTable(iso.info, options.gasCache, &po))
-      Fail(raw.source,
-           "pressures are absolute but no Po is given; give one (--p0), or the adsorptive and "
-           "temperature of a gas fiofla has a table for");
-    iso.poMmHg.assign(n, po);
-    iso.notes.push_back("Po is the saturation pressure of " + GasTableName(iso.info.adsorptive) +
-                        " at " + Short(iso.info.temperatureK) + " K from its gas table, " +
-                        Short(po) + " mmHg (give --p0 to set it)");
+    if (PoFromGasTable(iso.info, options.gasCache, &po)) {
+      iso.poMmHg.assign(n, po);
+      iso.notes.push_back("Po is the saturation pressure of " + GasTableName(iso.info.adsorptive) +
+                          " at " + Short(iso.info.temperatureK) + " K from its gas table, " +
+                          Short(po) + " mmHg (give --p0 to set it)");
+    } else {
+      const std::string why = NoPoReason(iso.info, options.gasCache);
+      if (options.requirePo) Fail(raw.source, why);
+      relativeUnknown = true;
+      iso.notes.push_back(why + "; the isotherm is read without P/Po");
+    }
   }
 
   // P/Po, given or derived; absolute pressures derived when only P/Po and Po are known.
@@ -284,6 +301,8 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
     if (iso.pressureMmHg.empty() && !iso.poMmHg.empty())
       for (std::size_t i = 0; i < n; ++i)
         iso.pressureMmHg.push_back(iso.relativePressure[i] * iso.poMmHg[i]);
+  } else if (relativeUnknown) {
+    iso.relativePressure.assign(n, std::numeric_limits<double>::quiet_NaN());
   } else {
     iso.relativePressure.resize(n);
     for (std::size_t i = 0; i < n; ++i) {
@@ -308,7 +327,7 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
   iso.info.loadingUnit = loadingText;
 
   for (std::size_t i = 0; i < n; ++i) {
-    const bool finite = std::isfinite(iso.relativePressure[i]) &&
+    const bool finite = (relativeUnknown || std::isfinite(iso.relativePressure[i])) &&
                         std::isfinite(iso.quantityAdsorbedCm3PerGStp[i]) &&
                         (iso.pressureMmHg.empty() || std::isfinite(iso.pressureMmHg[i]));
     if (!finite)

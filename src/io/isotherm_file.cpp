@@ -322,14 +322,21 @@ std::string FormatIsothermCsv(const IsothermData& iso, const IsothermWriteOption
     out << "# " << text << "\n";
   }
 
-  out << "relative_pressure";
-  if (absolute) out << ",pressure [" << pressureText << "]";
+  // Without Po (a supercritical isotherm read for converting) there is no P/Po to write.
+  const bool relative = std::any_of(iso.relativePressure.begin(), iso.relativePressure.end(),
+                                    [](double x) { return std::isfinite(x); });
+  if (!relative && !absolute)
+    io_detail::Fail(iso.source, "the isotherm has neither P/Po nor pressures");
+  std::string header;
+  if (relative) header = "relative_pressure";
+  if (absolute) header += std::string(relative ? "," : "") + "pressure [" + pressureText + "]";
+  out << header;
   if (withPo) out << ",p0 [" << pressureText << "]";
   out << ",loading [" << loadingId << "],branch\n";
   for (std::size_t i = 0; i < iso.size(); ++i) {
-    out << io_detail::FormatValue(iso.relativePressure[i]);
+    if (relative) out << io_detail::FormatValue(iso.relativePressure[i]);
     if (absolute)
-      out << ","
+      out << (relative ? "," : "")
           << io_detail::FormatValue(pressureUnits.FromInternal(iso.pressureMmHg[i], pressureIndex));
     if (withPo)
       out << ","

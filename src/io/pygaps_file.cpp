@@ -325,7 +325,11 @@ IsothermData Convert(const JsonValue& root, Points points, const std::string& na
     const bool read = std::find_if(std::begin(kReadKeys), std::end(kReadKeys),
                                    [&](const char* k) { return key == k; }) != std::end(kReadKeys);
     if (read || (key == "material" && !materialKept)) continue;
-    raw.info.items.emplace_back(key, CompactJson(member.value));
+    // Text as it stands (other formats' writers take it so); anything else as JSON.
+    raw.info.items.emplace_back(
+        key, member.value.IsString()
+                 ? std::string(member.value.GetString(), member.value.GetStringLength())
+                 : CompactJson(member.value));
   }
 
   IsothermData iso = ConvertIsotherm(std::move(raw), options);
@@ -635,7 +639,13 @@ std::string FormatPygapsJson(const IsothermData& iso, const IsothermWriteOptions
   const auto loading = io_detail::ResolveLoadingUnit(loadingText, info, options.gasCache,
                                                      {NAN, NAN}, source, "loading unit");
 
-  const bool absolute = !iso.pressureMmHg.empty() && !iso.poMmHg.empty();
+  // Relative mode whenever P/Po is known; an isotherm read without it (supercritical) goes
+  // in absolute mode.
+  const bool relative = std::any_of(iso.relativePressure.begin(), iso.relativePressure.end(),
+                                    [](double x) { return std::isfinite(x); });
+  if (!relative && iso.pressureMmHg.empty())
+    Fail(source, "the isotherm has neither P/Po nor pressures");
+  const bool absolute = !iso.pressureMmHg.empty() && (!iso.poMmHg.empty() || !relative);
   const CUnits pressureUnits = PressureUnits();
   std::size_t pressureIndex = 0;
   std::string pressureId;
@@ -661,8 +671,8 @@ std::string FormatPygapsJson(const IsothermData& iso, const IsothermWriteOptions
   if (std::isfinite(info.sampleMassG)) root["material_mass"] = JsonNumber(info.sampleMassG);
   root["temperature"] = JsonNumber(info.temperatureK);
   root["temperature_unit"] = JsonString("K");
-  root["pressure_mode"] = JsonString("relative");
-  root["pressure_unit"] = "null";
+  root["pressure_mode"] = JsonString(relative ? "relative" : "absolute");
+  root["pressure_unit"] = relative ? "null" : JsonString(pressureId);
   root["loading_basis"] = JsonString(basis);
   root["loading_unit"] = unit.empty() ? "null" : JsonString(unit);
   root["material_basis"] = JsonString("mass");
@@ -677,20 +687,30 @@ std::string FormatPygapsJson(const IsothermData& iso, const IsothermWriteOptions
   const std::string poKey = "\"p0(" + pressureId + ")\": ";
   for (std::size_t i = 0; i < iso.size(); ++i) {
     points += i == 0 ? "\n        {" : ",\n        {";
-    if (absolute)
-      points += absKey +
-                JsonNumber(pressureUnits.FromInternal(iso.pressureMmHg[i], pressureIndex)) + ", ";
+    const bool extras = absolute && relative;
+    // Converted values to 15 digits, as the other writers give them; P/Po exactly.
+    if (extras)
+      points +=
+          absKey +
+          io_detail::FormatValue(pressureUnits.FromInternal(iso.pressureMmHg[i], pressureIndex)) +
+          ", ";
     if (iso.branch[i] == Branch::kDesorption)
       points += "\"branch\": \"des\", ";
     else if (!anyDesorption)
       points += "\"branch\": false, ";
-    points +=
-        "\"loading\": " +
-        JsonNumber(loading.units.FromInternal(iso.quantityAdsorbedCm3PerGStp[i], loading.index)) +
-        ", ";
-    if (absolute)
-      points += poKey + JsonNumber(pressureUnits.FromInternal(iso.poMmHg[i], pressureIndex)) + ", ";
-    points += "\"pressure\": " + JsonNumber(iso.relativePressure[i]) + "}";
+    points += "\"loading\": " +
+              io_detail::FormatValue(
+                  loading.units.FromInternal(iso.quantityAdsorbedCm3PerGStp[i], loading.index)) +
+              ", ";
+    if (extras)
+      points += poKey +
+                io_detail::FormatValue(pressureUnits.FromInternal(iso.poMmHg[i], pressureIndex)) +
+                ", ";
+    points += "\"pressure\": " +
+              (relative ? JsonNumber(iso.relativePressure[i])
+                        : io_detail::FormatValue(
+                              pressureUnits.FromInternal(iso.pressureMmHg[i], pressureIndex))) +
+              "}";
   }
   points += "\n    ]";
   root[kPointsKey] = points;

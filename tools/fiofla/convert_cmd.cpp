@@ -40,7 +40,10 @@ std::string Formatted(const IsothermData& iso, IsothermFormat format,
 
 int Convert(const ConvertOptions& o, Streams& io) {
   if (o.file.empty()) throw UsageError{"no isotherm FILE given"};
-  const IsothermData iso = LoadIsotherm(o.file, o.input, io.err);
+  // Converting needs no P/Po: a supercritical isotherm moves between formats as it is.
+  IsothermReadOptions input = o.input;
+  input.requirePo = false;
+  const IsothermData iso = LoadIsotherm(o.file, input, io.err);
   const IsothermFormat format = OutputFormat(o);
   if (o.output.empty())
     io.out << Formatted(iso, format, o.write);

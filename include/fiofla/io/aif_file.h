@@ -9,8 +9,8 @@
 //   _adsnt_sample_name (the material), _units_pressure and _units_loading (else
 //   _units_sorbed_amount; both required), _adsnt_molar_mass (g/mol) and
 //   _adsnt_sample_density (g/cm3) for loadings per formula unit or per volume;
-//   loops _adsorp_pressure/_adsorp_p0/_adsorp_amount and _desorp_pressure/_desorp_p0/
-//   _desorp_amount, either or both (a point may also be given as single items, and one Po
+//   loops _adsorp_pressure/_adsorp_p0/_adsorp_amount (or _adsorp_loading) and
+//   _desorp_pressure/_desorp_p0/_desorp_amount (or _desorp_loading), either or both (a point may also be given as single items, and one Po
 //   for a whole branch as a single _adsorp_p0 or _desorp_p0). When one branch gives Po, the
 //   other must too; when neither does, see isotherm_file.h for where Po comes from.
 // Numbers may carry a standard uncertainty ("1.23(4)"), which is dropped; "?" and "." mean

@@ -75,7 +75,7 @@ struct IsothermInfo {
 struct IsothermData {
   /// Where the points came from (file name, or the name given to the parser).
   std::string source;
-  /// P/Po of every point.
+  /// P/Po of every point; all NaN when it is not known (IsothermReadOptions::requirePo).
   std::vector<double> relativePressure;
   /// Quantity adsorbed of every point, cm^3/g STP.
   std::vector<double> quantityAdsorbedCm3PerGStp;
@@ -159,6 +159,10 @@ struct IsothermReadOptions {
   double adsorbentMolarMassGPerMol = std::numeric_limits<double>::quiet_NaN();
   /// Density of the adsorbent, g/cm3, for loadings per volume of material; NaN when not known.
   double materialDensityGPerCm3 = std::numeric_limits<double>::quiet_NaN();
+  /// When false, absolute pressures with no Po from anywhere (a gas above its critical
+  /// temperature, one without a table) read with every P/Po NaN and a note, instead of
+  /// failing: for moving such isotherms between formats. Analyses need P/Po; keep it true.
+  bool requirePo = true;
 };
 
 /// The name of a format ("csv", "aif", "isodb", "measurement", "pygaps", "pygaps-csv";

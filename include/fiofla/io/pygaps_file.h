@@ -28,11 +28,14 @@
 // naming the file, the key and what to give. Volume units STP are read at 273.15 K and
 // 1 atm; the package's own constant for "cm3(STP)" differs from it by 1e-4 relative.
 //
-// Every key the reader does not turn into IsothermInfo is kept in IsothermInfo::items as
-// JSON text, and written back. The writer uses relative pressure mode, so the package
-// computes from exactly the P/Po fiofla used; absolute pressures and Po, when known, travel
-// as the extra point keys "absolute_pressure(<unit>)" and "p0(<unit>)", which this reader
-// restores. Loadings are written in the isotherm's unit (or IsothermWriteOptions's) when it
+// Every key the reader does not turn into IsothermInfo is kept in IsothermInfo::items (a
+// text as it stands, any other value as JSON text) and written back; the writer writes an
+// item that reads as JSON as that JSON, any other as a string. The writer uses relative
+// pressure mode, so the package computes from exactly the P/Po fiofla used (written to the
+// last digit; converted values to 15); absolute pressures and Po, when known, travel as the
+// extra point keys "absolute_pressure(<unit>)" and "p0(<unit>)", which this reader
+// restores. An isotherm read without P/Po (IsothermReadOptions::requirePo) is written in
+// absolute mode. Loadings are written in the isotherm's unit (or IsothermWriteOptions's) when it
 // is per mass of adsorbent.
 #pragma once
 
