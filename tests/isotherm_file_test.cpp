@@ -49,6 +49,27 @@ TEST(IsothermCsv, ReadsColumnsInAnyOrderWithCommentsQuotesAndSeparators) {
   EXPECT_EQ(semi.quantityAdsorbedCm3PerGStp[0], 4.0);
 }
 
+// Headers as other programs write them: units in parentheses or after a slash, names
+// with blanks, underscores or run together.
+TEST(IsothermCsv, HeadersAsOtherProgramsWriteThem) {
+  const auto paren = Parse(
+      "Relative Pressure (P/Po),Absolute Pressure (kPa),Quantity Adsorbed (cm\xc2\xb3/g STP)\n"
+      "0.05,5.07,80.1\n");
+  EXPECT_EQ(paren.relativePressure[0], 0.05);
+  EXPECT_REL_CLOSE(paren.pressureMmHg[0], 5.07 * kMmHgPerKPa, 1e-14);
+  EXPECT_EQ(paren.quantityAdsorbedCm3PerGStp[0], 80.1);
+
+  fiofla::IsothermReadOptions p0;
+  p0.poMmHg = 760.0;
+  const auto slash = Parse("Pressure/bar;Uptake/mmol g-1\n1.01325;1.0\n", p0);
+  EXPECT_REL_CLOSE(slash.relativePressure[0], 1.0, 1e-14);
+  EXPECT_REL_CLOSE(slash.quantityAdsorbedCm3PerGStp[0], 22.414, 1e-14);
+  // "P/Po" alone is the relative pressure, not a pressure in a unit called "Po".
+  const auto plain = Parse("P/Po,AdsorbedAmount [mmol/g]\n0.3,2\n");
+  EXPECT_EQ(plain.relativePressure[0], 0.3);
+  EXPECT_TRUE(plain.pressureMmHg.empty());
+}
+
 TEST(IsothermCsv, BranchesFromColumnOrFromThePressureTurn) {
   const auto split = Parse("p/p0,quantity\n0.1,1\n0.5,2\n0.9,3\n0.7,2.8\n0.4,1.9\n");
   const std::vector<Branch> expected = {Branch::kAdsorption, Branch::kAdsorption,

@@ -66,21 +66,61 @@ struct Column {
   std::string unit;  // as written inside the brackets, trimmed
 };
 
-Column ParseColumn(const std::string& text) {
-  Column col;
-  const auto open = text.find('[');
-  const auto close = text.rfind(']');
-  if (open != std::string::npos && close != std::string::npos && close > open) {
-    col.name = Lower(Trim(text.substr(0, open)));
-    col.unit = Trim(text.substr(open + 1, close - open - 1));
-  } else {
-    col.name = Lower(Trim(text));
-  }
-  return col;
+enum class Role { kNone, kRelative, kPressure, kPo, kLoading, kBranch };
+
+// Names are compared by NameKey, so "Quantity Adsorbed", "quantity_adsorbed" and
+// "QuantityAdsorbed" are one name.
+bool IsOneOf(const std::string& name, std::initializer_list<const char*> names) {
+  const std::string key = NameKey(name);
+  return std::any_of(names.begin(), names.end(), [&](const char* n) { return key == NameKey(n); });
 }
 
-bool IsOneOf(const std::string& name, std::initializer_list<const char*> names) {
-  return std::any_of(names.begin(), names.end(), [&](const char* n) { return name == n; });
+Role RoleOf(const std::string& name) {
+  if (IsOneOf(name, {"relative_pressure", "p/p0", "p/po", "p/p°", "p/ps", "p_rel", "prel",
+                     "relative pressure p/p0", "relative pressure p/po"}))
+    return Role::kRelative;
+  if (IsOneOf(name,
+              {"pressure", "absolute_pressure", "p", "p_abs", "pabs", "equilibrium_pressure"}))
+    return Role::kPressure;
+  if (IsOneOf(name, {"p0", "po", "p°", "saturation_pressure", "psat", "p_sat"})) return Role::kPo;
+  if (IsOneOf(name, {"loading", "quantity_adsorbed", "quantity", "amount", "amount_adsorbed",
+                     "adsorbed_amount", "volume_adsorbed", "adsorbed_volume", "uptake", "n_ads",
+                     "q", "total_adsorption", "excess_adsorption", "excess_uptake"}))
+    return Role::kLoading;
+  if (IsOneOf(name, {"branch"})) return Role::kBranch;
+  return Role::kNone;
+}
+
+// "pressure [kPa]" as the format asks, and the spellings files in the wild use:
+// "Pressure (kPa)", "Pressure/kPa" (quantity over unit), "Relative Pressure (P/Po)".
+Column ParseColumn(const std::string& text) {
+  Column col;
+  const std::string t = Trim(text);
+  const auto open = t.find('[');
+  const auto close = t.rfind(']');
+  if (open != std::string::npos && close != std::string::npos && close > open) {
+    col.name = Lower(Trim(t.substr(0, open)));
+    col.unit = Trim(t.substr(open + 1, close - open - 1));
+    return col;
+  }
+  col.name = Lower(t);
+  if (RoleOf(col.name) != Role::kNone) return col;
+  const auto paren = t.rfind('(');
+  if (paren != std::string::npos && paren > 0 && t.back() == ')') {
+    const std::string name = Lower(Trim(t.substr(0, paren)));
+    const std::string inside = Trim(t.substr(paren + 1, t.size() - paren - 2));
+    // "(P/Po)" after a relative pressure names the quantity, not a unit.
+    if (RoleOf(name) == Role::kRelative || RoleOf(inside) == Role::kRelative)
+      return {RoleOf(name) == Role::kNone ? Lower(inside) : name, ""};
+    if (RoleOf(name) != Role::kNone) return {name, inside};
+  }
+  const auto slash = t.find('/');
+  if (slash != std::string::npos && slash > 0) {
+    const std::string name = Lower(Trim(t.substr(0, slash)));
+    if (RoleOf(name) != Role::kNone && RoleOf(name) != Role::kRelative)
+      return {name, Trim(t.substr(slash + 1))};
+  }
+  return col;
 }
 
 [[noreturn]] void Fail(const std::string& name, std::size_t line, const std::string& what) {
@@ -89,21 +129,6 @@ bool IsOneOf(const std::string& name, std::initializer_list<const char*> names) 
   if (line > 0) msg << ":" << line;
   msg << ": " << what;
   throw InputError(msg.str());
-}
-
-enum class Role { kNone, kRelative, kPressure, kPo, kLoading, kBranch };
-
-Role RoleOf(const std::string& name) {
-  if (IsOneOf(name, {"relative_pressure", "relative pressure", "p/p0", "p/po", "p_rel", "prel"}))
-    return Role::kRelative;
-  if (IsOneOf(name, {"pressure", "absolute_pressure", "absolute pressure", "p"}))
-    return Role::kPressure;
-  if (IsOneOf(name, {"p0", "po", "saturation_pressure", "saturation pressure"})) return Role::kPo;
-  if (IsOneOf(name, {"loading", "quantity_adsorbed", "quantity adsorbed", "quantity", "amount",
-                     "amount_adsorbed", "amount adsorbed", "volume_adsorbed", "uptake"}))
-    return Role::kLoading;
-  if (name == "branch") return Role::kBranch;
-  return Role::kNone;
 }
 
 const char* RoleName(Role role) {

@@ -203,14 +203,19 @@ IsothermData ReadIsothermCsv(const std::string& path, const IsothermReadOptions&
 ///   - blank lines are skipped; the first other line is the header, naming the columns;
 ///     fields are separated by commas, tabs or semicolons (the header's separator is used
 ///     throughout) and may be wrapped in double quotes;
-///   - a column name carries its unit in square brackets: "pressure [kPa]";
-///   - columns, names matched without regard to case:
-///       relative pressure: relative_pressure, relative pressure, p/p0, p/po, p_rel, prel;
-///       pressure:          pressure, absolute_pressure, p (unit required);
-///       Po:                p0, po, saturation_pressure (unit: the pressure's when omitted);
-///       loading:           loading, quantity_adsorbed, quantity adsorbed, quantity, amount,
-///                          amount_adsorbed, volume_adsorbed, uptake (unit: cm3/g STP when
-///                          omitted);
+///   - a column name carries its unit in square brackets, "pressure [kPa]", or as other
+///     programs write it, "Pressure (kPa)" or "Pressure/kPa";
+///   - columns, names matched without regard to case, blanks, '_' and '-':
+///       relative pressure: relative_pressure, p/p0, p/po, p/p°, p/ps, p_rel, prel (also
+///                          "Relative Pressure (P/Po)");
+///       pressure:          pressure, absolute_pressure, p, p_abs, equilibrium_pressure
+///                          (unit required);
+///       Po:                p0, po, p°, saturation_pressure, psat (unit: the pressure's
+///                          when omitted);
+///       loading:           loading, quantity_adsorbed, quantity, amount, amount_adsorbed,
+///                          adsorbed_amount, volume_adsorbed, adsorbed_volume, uptake, n_ads,
+///                          q, total_adsorption, excess_adsorption, excess_uptake (unit:
+///                          cm3/g STP when omitted);
 ///       branch:            branch, with adsorption/desorption (ads/des, a/d);
 ///     a loading and either a relative pressure or a pressure are required; other columns
 ///     are ignored.
