@@ -1,5 +1,5 @@
 // Speed of the isotherm readers and writers on a 1000-point isotherm (both branches):
-// CSV with units, AIF through gemmi, ISODB JSON, and the two writers.
+// CSV with units, AIF through gemmi, ISODB JSON, pyGAPS JSON and CSV, and the writers.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -10,6 +10,7 @@
 #include "fiofla/io/aif_file.h"
 #include "fiofla/io/isodb_file.h"
 #include "fiofla/io/isotherm_file.h"
+#include "fiofla/io/pygaps_file.h"
 
 namespace {
 
@@ -95,6 +96,39 @@ void BM_WriteAif(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(fiofla::FormatAif(iso).size());
 }
 BENCHMARK(BM_WriteAif)->Unit(benchmark::kMicrosecond);
+
+void BM_ReadPygapsJson(benchmark::State& state) {
+  const std::string text = fiofla::FormatPygapsJson(Parsed());
+  for (auto _ : state) benchmark::DoNotOptimize(fiofla::ParsePygapsJson(text, "bench.json").size());
+  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
+}
+BENCHMARK(BM_ReadPygapsJson)->Unit(benchmark::kMicrosecond);
+
+void BM_ReadPygapsCsv(benchmark::State& state) {
+  std::string text =
+      "file_version,3.0\npressure_mode,absolute\npressure_unit,kPa\nloading_basis,molar\n"
+      "loading_unit,mmol\nmaterial_basis,mass\nmaterial_unit,g\nadsorbate,nitrogen\n"
+      "temperature,77.35\ndata:[pressure,loading,branch,(otherdata)]\n"
+      "pressure,loading,branch\n";
+  char row[96];
+  for (int i = 0; i < kPoints; ++i) {
+    std::snprintf(row, sizeof row, "%.15g,%.15g,%s\n", Pressure(i), Loading(Pressure(i)) + 1e-6 * i,
+                  i < kPoints / 2 ? "ads" : "des");
+    text += row;
+  }
+  fiofla::IsothermReadOptions options;
+  options.poMmHg = 760.0;
+  for (auto _ : state)
+    benchmark::DoNotOptimize(fiofla::ParsePygapsCsv(text, "bench.csv", options).size());
+  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
+}
+BENCHMARK(BM_ReadPygapsCsv)->Unit(benchmark::kMicrosecond);
+
+void BM_WritePygapsJson(benchmark::State& state) {
+  const fiofla::IsothermData iso = Parsed();
+  for (auto _ : state) benchmark::DoNotOptimize(fiofla::FormatPygapsJson(iso).size());
+}
+BENCHMARK(BM_WritePygapsJson)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

@@ -340,14 +340,17 @@ IsothermData Convert(const JsonValue& root, Points points, const std::string& na
 double PointNumber(const JsonValue& point, const char* key, std::size_t i,
                    const std::string& name) {
   const auto it = point.FindMember(key);
-  const std::string where = std::string(kPointsKey) + "[" + std::to_string(i) + "]." + key;
-  if (it == point.MemberEnd() || it->value.IsNull()) Fail(name, where + " is missing");
+  // The member's path is spelled out only for a message.
+  auto fail = [&](const char* problem) {
+    Fail(name, std::string(kPointsKey) + "[" + std::to_string(i) + "]." + key + problem);
+  };
+  if (it == point.MemberEnd() || it->value.IsNull()) fail(" is missing");
   double x = 0.0;
   if (it->value.IsNumber())
     x = it->value.GetDouble();
   else if (!it->value.IsString() || !StringToDouble(it->value.GetString(), &x))
-    Fail(name, where + " is not a number");
-  if (!std::isfinite(x)) Fail(name, where + " is not finite");
+    fail(" is not a number");
+  if (!std::isfinite(x)) fail(" is not finite");
   return x;
 }
 
@@ -683,37 +686,40 @@ std::string FormatPygapsJson(const IsothermData& iso, const IsothermWriteOptions
   const bool anyDesorption =
       std::find(iso.branch.begin(), iso.branch.end(), Branch::kDesorption) != iso.branch.end();
   std::string points = "[";
+  points.reserve(iso.size() * 128);
   const std::string absKey = "\"absolute_pressure(" + pressureId + ")\": ";
   const std::string poKey = "\"p0(" + pressureId + ")\": ";
+  const bool extras = absolute && relative;
   for (std::size_t i = 0; i < iso.size(); ++i) {
     points += i == 0 ? "\n        {" : ",\n        {";
-    const bool extras = absolute && relative;
     // Converted values to 15 digits, as the other writers give them; P/Po exactly.
-    if (extras)
+    if (extras) {
+      points += absKey;
       points +=
-          absKey +
-          io_detail::FormatValue(pressureUnits.FromInternal(iso.pressureMmHg[i], pressureIndex)) +
-          ", ";
+          io_detail::FormatValue(pressureUnits.FromInternal(iso.pressureMmHg[i], pressureIndex));
+      points += ", ";
+    }
     if (iso.branch[i] == Branch::kDesorption)
       points += "\"branch\": \"des\", ";
     else if (!anyDesorption)
       points += "\"branch\": false, ";
-    points += "\"loading\": " +
-              io_detail::FormatValue(
-                  loading.units.FromInternal(iso.quantityAdsorbedCm3PerGStp[i], loading.index)) +
-              ", ";
-    if (extras)
-      points += poKey +
-                io_detail::FormatValue(pressureUnits.FromInternal(iso.poMmHg[i], pressureIndex)) +
-                ", ";
-    points += "\"pressure\": " +
-              (relative ? JsonNumber(iso.relativePressure[i])
-                        : io_detail::FormatValue(
-                              pressureUnits.FromInternal(iso.pressureMmHg[i], pressureIndex))) +
-              "}";
+    points += "\"loading\": ";
+    points += io_detail::FormatValue(
+        loading.units.FromInternal(iso.quantityAdsorbedCm3PerGStp[i], loading.index));
+    points += ", ";
+    if (extras) {
+      points += poKey;
+      points += io_detail::FormatValue(pressureUnits.FromInternal(iso.poMmHg[i], pressureIndex));
+      points += ", ";
+    }
+    points += "\"pressure\": ";
+    points += relative ? JsonNumber(iso.relativePressure[i])
+                       : io_detail::FormatValue(
+                             pressureUnits.FromInternal(iso.pressureMmHg[i], pressureIndex));
+    points += "}";
   }
   points += "\n    ]";
-  root[kPointsKey] = points;
+  root[kPointsKey] = std::move(points);
 
   std::string out = "{";
   bool first = true;
