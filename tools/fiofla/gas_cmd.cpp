@@ -50,6 +50,7 @@ const CGasCompressibilityTable& LoadGas(const GasOptions& opt, const std::string
     table = cache.GetGas(CStr(name));
     if (table == nullptr)
       throw std::runtime_error("no gas table '" + name + "' (cannot open " + source + ")");
+    source = table->m_sName.str();  // "N2" was read from nitrogen.fpi
   }
   if (!table->GetReadError().empty()) throw std::runtime_error(table->GetReadError().c_str());
   return *table;
