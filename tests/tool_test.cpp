@@ -698,3 +698,24 @@ TEST(ToolHelp, TheReadmeCommandListAndTheHelpAgree) {
   }
   EXPECT_EQ(gasHelp, OptionsIn(listed["gas"]));
 }
+
+namespace {
+
+// A stream that takes nothing, as a full disk.
+class FullBuffer : public std::streambuf {
+ protected:
+  int overflow(int) override { return traits_type::eof(); }
+  std::streamsize xsputn(const char*, std::streamsize) override { return 0; }
+};
+
+TEST(ToolOutput, AResultThatCannotBeWrittenFailsTheCommand) {
+  FullBuffer full;
+  std::ostream out(&full);
+  std::ostringstream err;
+  EXPECT_EQ(fiofla::cli::Run({"bet", kExample}, out, err), fiofla::cli::kExitInputError);
+  EXPECT_NE(err.str().find("fiofla bet: cannot write the result to standard output"),
+            std::string::npos)
+      << err.str();
+}
+
+}  // namespace

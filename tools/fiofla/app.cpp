@@ -1,6 +1,8 @@
 #include "app.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <sstream>
 
 #include "cli.h"
@@ -183,8 +185,9 @@ int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
   }
   // A parent of subcommands run without one ("fiofla gas") has a body that says so.
   Streams streams{out, err};
+  int code = kExitOk;
   try {
-    return (*body)(streams);
+    code = (*body)(streams);
   } catch (const UsageError& e) {
     err << where << ": " << e.message << "\ntry '" << where << " --help'\n";
     return kExitUsageError;
@@ -192,6 +195,15 @@ int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
     err << where << ": " << e.what() << "\n";
     return kExitInputError;
   }
+  // A result that did not reach its reader (a full disk, a closed pipe) is a failure.
+  errno = 0;
+  out.flush();
+  if (!out) {
+    err << where << ": cannot write the result to standard output"
+        << (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()) << "\n";
+    return kExitInputError;
+  }
+  return code;
 }
 
 }  // namespace fiofla::cli
