@@ -1,6 +1,12 @@
 // One isotherm through every reader, writer and unit: the BET area must not notice.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <sstream>
+#include <thread>
 
 #include "fiofla/calc_bet.h"
 #include "fiofla/io/aif_file.h"
@@ -200,4 +206,55 @@ TEST(IsothermFormats, WithoutPoAnIsothermConvertsButDoesNotAnalyse) {
                        1e-14);
     }
   }
+}
+
+namespace {
+
+std::string Slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+}  // namespace
+
+// Every format reads from a pipe, with a UTF-8 byte-order mark, and UTF-16 is named.
+TEST(IsothermFormats, PipesByteOrderMarksAndUtf16) {
+  const std::string dir = ::testing::TempDir() + "fiofla-bom-" + std::to_string(::getpid());
+  std::filesystem::create_directories(dir);
+  const double area = BetArea(fiofla::ReadIsothermFile(ShippedData("examples/n2_77k_silica.csv")));
+
+  const std::string fifo = dir + "/pipe";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const std::string csv = Slurp(ShippedData("examples/n2_77k_silica.csv"));
+  std::thread writer([&] { std::ofstream(fifo) << csv; });
+  const IsothermData piped = fiofla::ReadIsothermFile(fifo);
+  writer.join();
+  EXPECT_REL_CLOSE(BetArea(piped), area, 1e-12);
+
+  for (const char* example : {"n2_77k_silica.aif", "n2_77k_silica_isodb.json",
+                              "n2_77k_silica_pygaps.json", "n2_77k_run.json"}) {
+    SCOPED_TRACE(example);
+    const std::string path = dir + "/bom-" + example;
+    std::ofstream(path, std::ios::binary)
+        << "\xef\xbb\xbf" << Slurp(ShippedData(std::string("examples/") + example));
+    fiofla::IsothermReadOptions options;
+    options.poMmHg = std::string(example).find("isodb") != std::string::npos ? 760.0 : NAN;
+    EXPECT_GT(BetArea(fiofla::ReadIsothermFile(path, options)), 300.0);
+  }
+
+  const std::string utf16 = dir + "/utf16.csv";
+  std::ofstream(utf16, std::ios::binary) << std::string("\xff\xfer\0e\0", 6);
+  try {
+    fiofla::ReadIsothermFile(utf16);
+    ADD_FAILURE() << "UTF-16 read";
+  } catch (const fiofla::InputError& e) {
+    EXPECT_NE(std::string(e.what()).find("UTF-16"), std::string::npos) << e.what();
+  }
+  // A measurement file says what it is wherever its "format" member stands.
+  const std::string late =
+      "{\"comment\": \"" + std::string(70000, 'x') + "\", \"format\": \"fiofla measurement\"}";
+  EXPECT_EQ(fiofla::DetectFormatOfText("run.json", late), fiofla::IsothermFormat::kMeasurement);
+  std::filesystem::remove_all(dir);
 }

@@ -100,7 +100,8 @@ bool FormatFromName(const std::string& name, IsothermFormat* format) {
 }
 
 IsothermFormat DetectFormatOfText(const std::string& path, const std::string& text) {
-  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  const std::size_t start = text.compare(0, 3, "\xef\xbb\xbf") == 0 ? 3 : 0;
+  const std::size_t first = text.find_first_not_of(" \t\r\n", start);
   if (first != std::string::npos && text[first] == '{') {
     if (LooksLikeMeasurementText(text)) return IsothermFormat::kMeasurement;
     if (LooksLikePygapsJson(text)) return IsothermFormat::kPygapsJson;
@@ -127,7 +128,13 @@ IsothermFormat DetectFormat(const std::string& path) {
 }
 
 IsothermData ReadIsothermFile(const std::string& path, const IsothermReadOptions& options) {
-  const std::string text = io_detail::ReadTextFile(path);
+  // Read once, so a pipe (/dev/stdin, a process substitution) reads like a file.
+  std::string text = io_detail::ReadTextFile(path);
+  if (text.compare(0, 2, "\xff\xfe") == 0 || text.compare(0, 2, "\xfe\xff") == 0 ||
+      (text.size() >= 2 && (text[0] == '\0' || text[1] == '\0')))
+    Fail(path, "the file is UTF-16 text; save it as UTF-8");
+  // Every reader gets the text without a UTF-8 byte-order mark.
+  if (text.compare(0, 3, "\xef\xbb\xbf") == 0) text.erase(0, 3);
   IsothermFormat format = options.format;
   if (format == IsothermFormat::kAuto) format = DetectFormatOfText(path, text);
   switch (format) {

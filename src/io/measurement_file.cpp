@@ -296,10 +296,11 @@ bool LooksLikeMeasurementFile(const std::string& path) {
 }
 
 bool LooksLikeMeasurementText(const std::string& text) {
-  const std::string head = text.substr(0, 64 * 1024);
-  const std::size_t first = head.find_first_not_of(" \t\r\n");
-  return first != std::string::npos && head[first] == '{' &&
-         head.find(std::string("\"") + kFormatName + "\"") != std::string::npos;
+  // The whole text is searched: a "format" member may come after any amount of data.
+  const std::size_t start = text.compare(0, 3, "\xef\xbb\xbf") == 0 ? 3 : 0;
+  const std::size_t first = text.find_first_not_of(" \t\r\n", start);
+  return first != std::string::npos && text[first] == '{' &&
+         text.find(std::string("\"") + kFormatName + "\"") != std::string::npos;
 }
 
 std::string FormatMeasurement(const Measurement& m) {

@@ -152,7 +152,7 @@ std::string FormatMeasurement(const Measurement& measurement);
 /// True when the file is JSON whose "format" is "fiofla measurement" (cheap sniff: only
 /// the first 64 kB are examined).
 bool LooksLikeMeasurementFile(const std::string& path);
-/// The same test on text already read.
+/// The same test on text already read, all of it (a UTF-8 byte-order mark is allowed).
 bool LooksLikeMeasurementText(const std::string& text);
 
 }  // namespace fiofla
