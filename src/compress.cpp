@@ -19,6 +19,7 @@
 
 #include "fiofla/io/file_util.h"
 #include "fiofla/num/interpolate.h"
+#include "io/json_exact.h"
 
 namespace {
 
@@ -704,13 +705,12 @@ bool CGasCompressibilityTable::ReadFromFile(CStr const& path) {
       break;
   }
   rapidjson::Document doc;
-  // Iterative: a file of a million "[" must not recurse the stack away.
-  doc.Parse<rapidjson::kParseIterativeFlag>(text.c_str(), text.size());
-  if (doc.HasParseError()) {
+  // Numbers correctly rounded (JSON -> table -> JSON gives the same text), and an iterative
+  // parse: a file of a million "[" must not recurse the stack away.
+  std::string problem;
+  if (!fiofla::io_detail::ParseJsonExact(text, doc, &problem)) {
     ResetTable(*this);
-    m_sReadError =
-        CStr(where + ":" + std::to_string(fiofla::LineOfOffset(text, doc.GetErrorOffset())) + ": " +
-             rapidjson::GetParseError_En(doc.GetParseError()));
+    m_sReadError = CStr(where + ":" + problem);
     return false;
   }
   if (!ReadJson(doc)) {

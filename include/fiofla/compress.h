@@ -32,6 +32,8 @@
 // Files. A table persists in a versioned little-endian binary stream (Write and
 // Read; versions 0 to 7 are read, 7 is written) and in a JSON document, which is
 // what ".fpi" gas files hold (WriteToFile, ReadFromFile). Choices:
+// - Numbers are read correctly rounded and written shortest, so JSON -> table -> JSON
+//   gives back the same text.
 // - Readers never trust a count: a vector over 10,000,000 elements fails the
 //   stream before anything is allocated, data are read in bounded chunks so a
 //   truncated stream allocates no more than it supplied, and a matrix whose shape

@@ -40,6 +40,13 @@ class ExactNumbers {
   bool Uint64(std::uint64_t i) { return m_next.Uint64(i); }
   bool Double(double d) { return m_next.Double(d); }
   bool RawNumber(const char* s, rapidjson::SizeType n, bool) {
+    // A plain integer stays an integer (a count, a flag), exactly; the rest become doubles.
+    if (n > 0 && n <= 18) {
+      rapidjson::SizeType k = s[0] == '-' ? 1 : 0;
+      bool digits = k < n;
+      for (; k < n && digits; ++k) digits = s[k] >= '0' && s[k] <= '9';
+      if (digits) return m_next.Int64(std::stoll(std::string(s, n)));
+    }
     double value = 0.0;
     if (!StringToDouble(std::string(s, n), &value)) {
       m_badNumber.assign(s, n);
