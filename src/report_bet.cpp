@@ -147,6 +147,22 @@ bool Validate(CCalcBET const& calc, CReportOptionsTable* table) {
   return warned;
 }
 
+std::vector<std::string> Warnings(CCalcBET const& calc) {
+  CReportOptionsTable rows(CStr(), 0, 0);
+  Validate(calc, &rows);
+  std::vector<std::string> words;
+  for (const auto& line : rows.Lines()) {
+    if (line.kind != CReportOptionsTable::eValidation || line.passed) continue;
+    std::string text = line.label.str() + " " + line.text.str();
+    if (!line.line2.empty()) text += " " + line.line2.str();
+    // The report's texts break lines with double blanks; one sentence reads better.
+    for (auto at = text.find("  "); at != std::string::npos; at = text.find("  ", at))
+      text.erase(at, 1);
+    words.push_back(text);
+  }
+  return words;
+}
+
 void FillSummary(CCalcBET const& calc, CReportOptionsTable& table) {
   if (calc.slope == 0.0 && calc.slopeError == 0.0 && calc.yIntercept == 0.0 &&
       calc.yInterceptError == 0.0 && calc.correlation == 0.0) {

@@ -719,3 +719,47 @@ TEST(ToolOutput, AResultThatCannotBeWrittenFailsTheCommand) {
 }
 
 }  // namespace
+
+namespace {
+
+std::vector<std::string> JsonWarnings(const ToolRun& run) {
+  rapidjson::Document doc;
+  doc.Parse(run.out.c_str());
+  std::vector<std::string> out;
+  if (doc.HasParseError() || !doc.HasMember("warnings")) {
+    ADD_FAILURE() << "no warnings member: " << run.out << run.err;
+    return out;
+  }
+  for (const auto& w : doc["warnings"].GetArray()) out.emplace_back(w.GetString());
+  return out;
+}
+
+// A result no isotherm can have is not "ok" without a word: bet and tplot carry the
+// report's checks in text and JSON.
+TEST(ToolWarnings, DoubtfulResultsSayWhy) {
+  EXPECT_TRUE(JsonWarnings(RunTool({"bet", kExample, "--json"})).empty());
+  EXPECT_TRUE(JsonWarnings(RunTool({"tplot", kExample, "--json"})).empty());
+
+  const std::string negative = TempPath("negative.csv");
+  std::ofstream(negative) << "relative_pressure,loading\n0.05,-10\n0.1,-8\n0.15,-7\n0.2,-6.5\n"
+                             "0.25,-6.2\n0.3,-6\n";
+  const auto bet = JsonWarnings(RunTool({"bet", negative, "--json"}));
+  ASSERT_EQ(bet.size(), 4u);
+  EXPECT_EQ(bet[0].rfind("C value: C value is low. Select a new range", 0), 0u) << bet[0];
+  EXPECT_NE(bet[2].find("Negative surface area"), std::string::npos) << bet[2];
+  EXPECT_NE(bet[3].find("negative quantity adsorbed"), std::string::npos) << bet[3];
+  const auto text = RunTool({"bet", negative});
+  EXPECT_NE(text.out.find("(ok, with 4 warnings below)"), std::string::npos) << text.out;
+  EXPECT_NE(text.out.find("Warnings:"), std::string::npos);
+  // The report's text joins a warning's two lines as the sentence they are.
+  const auto report = RunTool({"report", negative, "--to", "text"});
+  EXPECT_NE(report.out.find("removing some of the higher"), std::string::npos) << report.out;
+  EXPECT_EQ(report.out.find(" / "), std::string::npos) << report.out;
+  std::remove(negative.c_str());
+
+  const auto tplot = JsonWarnings(RunTool({"tplot", kExample, "--json", "--t-range", "7:12"}));
+  ASSERT_FALSE(tplot.empty());
+  EXPECT_EQ(tplot[0].rfind("Micropore volume: the intercept is negative", 0), 0u) << tplot[0];
+}
+
+}  // namespace

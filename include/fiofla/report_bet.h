@@ -10,6 +10,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "fiofla/calc_bet.h"
@@ -29,6 +30,9 @@ bool ValidateArea(CCalcBET const& calc, CReportOptionsTable* table);
 bool ValidatePointRange(CCalcBET const& calc, CReportOptionsTable* table);
 /// Runs the four checks (C, correlation, area, range) in that order; true if any warned.
 bool Validate(CCalcBET const& calc, CReportOptionsTable* table);
+/// The warnings of the four checks in words, one sentence each ("C value: C value is low.
+/// Select a new range, ..."), as the report shows them; empty when every check passes.
+std::vector<std::string> Warnings(CCalcBET const& calc);
 
 /// Adds the summary lines (area, slope, intercept, C, Qm, correlation, cross-section), or the
 /// single "at least two points" warning when there is no fit.

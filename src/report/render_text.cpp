@@ -62,7 +62,8 @@ void WriteOptionsTable(std::ostream& out, CReportOptionsTable const& table) {
         text += line.passed ? "[ok] " : "[WARNING] ";
         text += table.Resolve(line.text).str();
         std::string const line2 = table.Resolve(line.line2).str();
-        if (!line.passed && !line2.empty()) text += " / " + line2;
+        // The two lines are one sentence broken for the page.
+        if (!line.passed && !line2.empty()) text += " " + line2;
         break;
       }
       default:

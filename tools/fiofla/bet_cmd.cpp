@@ -1,6 +1,7 @@
 // `fiofla bet`: the BET results of one isotherm as text or JSON.
 #include "cli.h"
 #include "cli_common.h"
+#include "fiofla/report_bet.h"
 #include "result.h"
 
 namespace fiofla::cli {
@@ -61,7 +62,22 @@ Result BetResult(const BetOptions& opt, const IsothermData& iso, const BetRun& r
         .Error("intercept_error_g_per_cm3_stp", bet.yInterceptError)
         .Add("correlation", "Correlation", bet.correlation, "", Sig(8));
   }
-  r.Add("", "Status", std::to_string(bet.status) + " (" + BETStatusText(bet.status) + ")");
+  // What the report warns about, and quantities below zero, which no isotherm has.
+  std::vector<std::string> warnings;
+  if (!NoBetResult(bet)) warnings = NBET::Warnings(bet);
+  std::size_t negative = 0;
+  for (double q : bet.fitQuantity) negative += q < 0.0 ? 1 : 0;
+  if (negative > 0)
+    warnings.push_back(std::to_string(negative) + " of the points in range " +
+                       (negative == 1 ? "has" : "have") +
+                       " a negative quantity adsorbed; review the isotherm");
+  r.Add("", "Status",
+        std::to_string(bet.status) + " (" + BETStatusText(bet.status) +
+            (warnings.empty() ? std::string()
+                              : ", with " + std::to_string(warnings.size()) + " warning" +
+                                    (warnings.size() == 1 ? "" : "s") + " below") +
+            ")");
+  r.List("warnings", "", warnings);
 
   Table& used = r.AddTable("points_used", "Points used",
                            {{"point", "", 0, {}},
@@ -91,6 +107,7 @@ Result BetResult(const BetOptions& opt, const IsothermData& iso, const BetRun& r
                            reason);
   }
   if (!droppedLines.empty()) r.Text("").List("", "Points BET cannot use:", droppedLines);
+  if (!warnings.empty()) r.Text("").List("", "Warnings:", warnings);
   return r;
 }
 

@@ -45,6 +45,25 @@ std::string TooFewPointsInRange(const CTPlotCalc& t) {
   return why;
 }
 
+// What a physical t-plot cannot give, in words: negative areas or volume, a poor line.
+std::vector<std::string> TPlotWarnings(const CTPlotCalc& t) {
+  std::vector<std::string> w;
+  if (t.m_ExternalArea < 0.0)
+    w.push_back("External area: the slope is negative (" + Num(t.m_ExternalArea) +
+                " m2/g); the thickness range does not lie on the multilayer part of the "
+                "isotherm: choose another --t-range");
+  if (t.m_MicroporeVolume < 0.0)
+    w.push_back("Micropore volume: the intercept is negative (" + Num(t.m_MicroporeVolume) +
+                " cm3/g); read it as no micropores, or choose another --t-range");
+  if (t.m_Status == 0 && t.m_MicroporeArea < 0.0)
+    w.push_back("Micropore area: the external area exceeds the BET area (" +
+                Num(t.m_MicroporeArea) + " m2/g); read it as no micropores");
+  if (t.m_Correlation < 0.995)
+    w.push_back("Correlation coefficient: " + Num(t.m_Correlation) +
+                " is below 0.995; the points in the thickness range do not lie on a line");
+  return w;
+}
+
 int TPlot(const PoreOptions& o, Streams& io) {
   if (o.file.empty()) throw UsageError{"no isotherm FILE given"};
   const IsothermData iso = LoadIsotherm(o.file, o.input, io.err);
@@ -98,6 +117,9 @@ int TPlot(const PoreOptions& o, Streams& io) {
         t.m_Thickness[i] >= t.m_ThicknessMin && t.m_Thickness[i] <= t.m_ThicknessMax;
     points.Row({t.m_RelPress[i], t.m_Thickness[i], t.m_QtyAdsorbed[i], fitted});
   }
+  const std::vector<std::string> warnings = TPlotWarnings(t);
+  r.List("warnings", "", warnings);
+  if (!warnings.empty()) r.Text("").List("", "Warnings:", warnings);
   r.Print(io.out, o.json);
   return kExitOk;
 }
