@@ -660,3 +660,16 @@ TEST(GasTableFile, ShippedTablesRoundTripByteForByte) {
   }
   EXPECT_EQ(checked, 12);
 }
+
+// A member given twice is refused, not read one way or the other.
+TEST(GasTableFile, AMemberGivenTwiceIsRefused) {
+  TempDir dir;
+  const std::string shipped = Slurp(fiofla::test::ShippedData("gases/argon.fpi"));
+  const std::string twice = Replace(shipped, "{\n", "{\n  \"Tcrit\": 1,\n");
+  std::ofstream(dir / "twice.fpi") << twice;
+  CGasCompressibilityTable table;
+  EXPECT_FALSE(table.ReadFromFile(CStr(dir / "twice.fpi")));
+  EXPECT_NE(std::string(table.GetReadError().c_str()).find("member \"Tcrit\" is given twice"),
+            std::string::npos)
+      << table.GetReadError().c_str();
+}

@@ -210,6 +210,10 @@ TEST(PygapsFile, WhatCannotConvertIsNamedWithWhatToGive) {
   EXPECT_NE(ErrorOf("{\"adsorbate\": \"N2\", \"isotherm_model\": {\"name\": \"Langmuir\"}}")
                 .find("model isotherm"),
             std::string::npos);
+  // JSON leaves a member given twice undefined; no reader guesses which one counts.
+  EXPECT_NE(ErrorOf(Json(rel + "\"pressure_mode\": \"absolute\"", 1.0))
+                .find("member \"pressure_mode\" is given twice"),
+            std::string::npos);
   std::string noLoading = Json("\"pressure_mode\": \"relative\"", 1.0);
   noLoading.replace(noLoading.find("\"loading\""), 9, "\"amount\"");
   EXPECT_NE(ErrorOf(noLoading).find("isotherm_data[0].loading is missing"), std::string::npos);

@@ -283,7 +283,13 @@ TEST(ToolGas, QueriesAgreeWithTheLibrary) {
   // No value: exit 3 with the reason; unusable tables and arguments: exit 1 and 2.
   const auto hot = RunTool({"gas", "psat", "n2", "--gas-dir", dir, "--t", "200"});
   EXPECT_EQ(hot.code, 3);
-  EXPECT_NE(hot.err.find("above the critical temperature 126.19 K"), std::string::npos);
+  EXPECT_NE(hot.err.find("up to the critical temperature 126.19 K"), std::string::npos) << hot.err;
+  // Beyond the table's curve there is no value, not an extrapolated 0.
+  const auto cold = RunTool({"gas", "psat", "n2", "--gas-dir", dir, "--t", "1", "--sublimation"});
+  EXPECT_EQ(cold.code, 3) << cold.out;
+  EXPECT_NE(cold.err.find("no sublimation pressure at 1 K (the table has no sublimation curve)"),
+            std::string::npos)
+      << cold.err;
   const auto liquid = RunTool({"gas", "z", "n2", "--gas-dir", dir, "--p", "1200", "--t", "60"});
   EXPECT_EQ(liquid.code, 3) << liquid.out;
   EXPECT_NE(liquid.err.find("no gas phase"), std::string::npos);
@@ -516,6 +522,7 @@ TEST(ToolFiles, BadOptionsAndUnwritableOutputs) {
   } cases[] = {
       {{"bet", aif, "--format", "xlsx"}, "--format 'xlsx' is not one of"},
       {{"bet", aif, "--p0", "101.3"}, "has no unit"},
+      {{"bet", aif, "--p0", "1e308kPa"}, "is above the largest pressure fiofla takes"},
       {{"tplot", aif, "--p0", "-1kPa"}, "is not a positive pressure"},
       {{"bjh", aif, "--p0", "1 furlong"}, "unknown pressure unit 'furlong'"},
       {{"convert", aif, "--loading-unit", "furlong/g"}, "is not a loading unit"},

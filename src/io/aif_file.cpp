@@ -403,6 +403,11 @@ IsothermData ParseAif(const std::string& text, const std::string& name,
     throw InputError(GemmiMessage(e.what(), name, text));
   }
   if (doc.blocks.empty()) Fail(name, "no data block (a line data_<name>)");
+  if (doc.blocks.size() > 1)
+    Fail(name, "holds " + std::to_string(doc.blocks.size()) + " data blocks (data_" +
+                   Shown(doc.blocks[0].name) + ", data_" + Shown(doc.blocks[1].name) +
+                   (doc.blocks.size() > 2 ? ", ..." : "") +
+                   "); fiofla reads one isotherm per file: split it into one file per block");
   const cif::Block& block = doc.blocks.front();
 
   RawIsotherm raw;

@@ -338,6 +338,10 @@ IsothermData ParseIsodbJson(const std::string& text, const std::string& name,
     const rapidjson::ParseResult result(reader.GetParseErrorCode(), reader.GetErrorOffset());
     throw InputError(where + ": not valid JSON: " + io_detail::JsonParseProblem(result, badNumber));
   }
+  std::string twice, in;
+  if (io_detail::FindDuplicateMember(doc, "", &twice, &in))
+    throw InputError(name + ": member \"" + io_detail::Shown(twice) + "\" is given twice" +
+                     (in.empty() ? std::string() : " in " + in));
   return ConvertIsotherm(IsodbReader(text, name, offsets).Read(doc), options);
 }
 

@@ -175,11 +175,12 @@ void ReadCommentItems(const std::string& comment, const std::string& name, std::
       double number = 0.0;
       std::string unit;
       if (!SplitValueAndUnit(value, &number, &unit))
-        Fail(name, lineNo, key + " '" + value + "' is not a number with an optional unit");
+        Fail(name, lineNo,
+             key + " '" + io_detail::Shown(value) + "' is not a number with an optional unit");
       if (key == "temperature") {
         CUnits units = TemperatureUnits();
         if (!unit.empty() && !units.Select(CStr(unit)))
-          Fail(name, lineNo, "unknown temperature unit '" + unit + "' (K or C)");
+          Fail(name, lineNo, "unknown temperature unit '" + io_detail::Shown(unit) + "' (K or C)");
         raw.info.temperatureK = units.ToInternal(number);
       } else if (key == "p0" || key == "po") {
         raw.poAll = number;
@@ -190,7 +191,8 @@ void ReadCommentItems(const std::string& comment, const std::string& name, std::
                               : unit == "mg"              ? 1e-3
                               : unit == "kg"              ? 1e3
                                                           : 0.0;
-        if (factor == 0.0) Fail(name, lineNo, "unknown mass unit '" + unit + "' (g, mg or kg)");
+        if (factor == 0.0)
+          Fail(name, lineNo, "unknown mass unit '" + io_detail::Shown(unit) + "' (g, mg or kg)");
         raw.info.sampleMassG = number * factor;
       }
     }
@@ -281,7 +283,9 @@ IsothermData ParseIsothermCsv(std::istream& in, const std::string& name,
       if (c < 0) return;
       double value = 0.0;
       if (!StringToDouble(cells[c], &value))
-        Fail(name, lineNo, headerNames[c] + " '" + cells[c] + "' is not a number");
+        Fail(name, lineNo,
+             io_detail::Shown(headerNames[c]) + " '" + io_detail::Shown(cells[c]) +
+                 "' is not a number");
       into.push_back(value);
     };
     number(Role::kRelative, raw.relativePressure);
@@ -292,7 +296,8 @@ IsothermData ParseIsothermCsv(std::istream& in, const std::string& name,
     if (const int c = col[int(Role::kBranch)]; c >= 0) {
       Branch b;
       if (!StringToBranch(cells[c], &b))
-        Fail(name, lineNo, "branch '" + cells[c] + "' is not adsorption or desorption");
+        Fail(name, lineNo,
+             "branch '" + io_detail::Shown(cells[c]) + "' is not adsorption or desorption");
       raw.branch.push_back(b);
     }
   }

@@ -16,6 +16,12 @@ namespace fiofla::io_detail {
   throw InputError(source + ": " + what);
 }
 
+/// A file's text as a message quotes it: at most 40 bytes, then "...", so one huge cell
+/// cannot make a huge message.
+inline std::string Shown(const std::string& text) {
+  return text.size() > 40 ? text.substr(0, 40) + "..." : text;
+}
+
 /// A number for messages, six significant digits.
 inline std::string Short(double value) {
   char buf[32];

@@ -12,8 +12,11 @@
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "fiofla/io/file_util.h"
 #include "fiofla/types.h"
@@ -79,8 +82,42 @@ inline std::string JsonParseProblem(const rapidjson::ParseResult& result,
   return rapidjson::GetParseError_En(result.Code());
 }
 
+/// The first member name an object of `value` (at any depth) holds twice, with the path
+/// of that object ("isotherm_data[3]"); false when there is none. JSON leaves duplicates
+/// undefined, and a reader that took either one would be guessing.
+inline bool FindDuplicateMember(const rapidjson::Value& value, const std::string& path,
+                                std::string* name, std::string* where) {
+  auto container = [](const rapidjson::Value& v) { return v.IsObject() || v.IsArray(); };
+  if (value.IsObject()) {
+    // Sorted names: a long object (points keyed by index) costs n log n, not n².
+    std::vector<std::string_view> names;
+    names.reserve(value.MemberCount());
+    for (const auto& m : value.GetObject())
+      names.emplace_back(m.name.GetString(), m.name.GetStringLength());
+    std::sort(names.begin(), names.end());
+    const auto twice = std::adjacent_find(names.begin(), names.end());
+    if (twice != names.end()) {
+      *name = std::string(*twice);
+      *where = path;
+      return true;
+    }
+    for (const auto& m : value.GetObject())
+      if (container(m.value) &&
+          FindDuplicateMember(m.value, (path.empty() ? "" : path + ".") + m.name.GetString(), name,
+                              where))
+        return true;
+  } else if (value.IsArray()) {
+    for (rapidjson::SizeType i = 0; i < value.Size(); ++i)
+      if (container(value[i]) &&
+          FindDuplicateMember(value[i], path + "[" + std::to_string(i) + "]", name, where))
+        return true;
+  }
+  return false;
+}
+
 /// Parses `text` into `doc` with exact numbers; on failure throws nothing and returns the
-/// problem with its line ("12: not valid JSON: ...").
+/// problem with its line ("12: not valid JSON: ..."). A member given twice in one object
+/// is a failure too.
 inline bool ParseJsonExact(const std::string& text, rapidjson::Document& doc,
                            std::string* problem) {
   rapidjson::MemoryStream stream(text.data(), text.size());
@@ -93,7 +130,16 @@ inline bool ParseJsonExact(const std::string& text, rapidjson::Document& doc,
     return ok;
   };
   doc.Populate(parse);
-  if (!reader.HasParseError()) return true;
+  if (!reader.HasParseError()) {
+    std::string name, where;
+    if (!FindDuplicateMember(doc, "", &name, &where)) return true;
+    const std::size_t second = text.find("\"" + name + "\"", text.find("\"" + name + "\"") + 1);
+    const std::string shown = name.size() > 40 ? name.substr(0, 40) + "..." : name;
+    *problem = std::to_string(LineOfOffset(text, second == std::string::npos ? 0 : second)) +
+               ": member \"" + shown + "\" is given twice" +
+               (where.empty() ? std::string() : " in " + where);
+    return false;
+  }
   rapidjson::ParseResult result(reader.GetParseErrorCode(), reader.GetErrorOffset());
   *problem = std::to_string(LineOfOffset(text, reader.GetErrorOffset())) +
              ": not valid JSON: " + JsonParseProblem(result, badNumber);

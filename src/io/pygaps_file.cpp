@@ -36,7 +36,6 @@ constexpr const char* kReadKeys[] = {
     "t_exp",          "pressure_mode",  "pressure_unit", "loading_basis",
     "loading_unit",   "material_basis", "material_unit", "adsorbent_basis",
     "adsorbent_unit", "sample_name",    "material_mass", kPointsKey};
-constexpr std::size_t kShownChars = 40;
 
 [[noreturn]] void Fail(const std::string& name, const std::string& message) {
   throw InputError(name + ": " + message);
@@ -53,9 +52,7 @@ std::string Trim(const std::string& s) {
   return s.substr(first, s.find_last_not_of(" \t\r\n") - first + 1);
 }
 
-std::string Shown(const std::string& s) {
-  return s.size() > kShownChars ? s.substr(0, kShownChars) + "..." : s;
-}
+using io_detail::Shown;
 
 std::string CompactJson(const JsonValue& value) {
   rapidjson::StringBuffer buffer;

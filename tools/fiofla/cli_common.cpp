@@ -86,6 +86,8 @@ double ParsePositive(const std::string& option, const std::string& v) {
   return *x;
 }
 
+constexpr double kMaxPressureMmHg = 1e4 * 750.061682704;  // 10 kbar
+
 double ParsePressure(const std::string& text, const std::string& option) {
   double value = 0.0;
   std::string unit;
@@ -97,7 +99,12 @@ double ParsePressure(const std::string& text, const std::string& option) {
   const auto mmHgPerUnit = ParsePressureUnit(unit, &why);
   if (!mmHgPerUnit)
     throw UsageError{option + ": " + (why.empty() ? "unknown pressure unit '" + unit + "'" : why)};
-  return value * *mmHgPerUnit;
+  // No sorption instrument goes past 10 kbar; beyond it the number is a typing slip.
+  const double mmHg = value * *mmHgPerUnit;
+  if (!(mmHg <= kMaxPressureMmHg))
+    throw UsageError{option + " '" + text + "' is above the largest pressure fiofla takes (" +
+                     Num(kMaxPressureMmHg / 750.061682704) + " bar)"};
+  return mmHg;
 }
 
 std::optional<double> ToDouble(const std::string& text) {

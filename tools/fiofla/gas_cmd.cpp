@@ -221,6 +221,38 @@ int List(const GasOptions& opt, std::ostream& out, std::ostream& err) {
   return kExitOk;
 }
 
+// Where a table's saturation or sublimation curve has values, for saying why it has none.
+std::string CurveSpan(const CGasCompressibilityTable& t, bool sublimation) {
+  const CNumVector<double>& curve = sublimation ? t.m_vPsub : t.m_vPsat;
+  double low = 0.0, high = 0.0;
+  bool any = false;
+  for (std::size_t j = 0; j < curve.size() && j < t.m_vTemperatures.size(); ++j)
+    if (curve[j] > 0.0) {
+      if (!any) low = t.m_vTemperatures[j];
+      high = t.m_vTemperatures[j];
+      any = true;
+    }
+  const char* name = sublimation ? "sublimation" : "saturation";
+  if (!any) return std::string("the table has no ") + name + " curve";
+  return std::string("the table's ") + name + " curve runs from " + Num(low) + " to " + Num(high) +
+         " K" +
+         (sublimation
+              ? ", below the triple point"
+              : ", up to the critical temperature " + Num(t.GetCriticalTemperature()) + " K");
+}
+
+// Whether T (K) lies where the table's curve has values.
+bool InCurve(const CGasCompressibilityTable& t, bool sublimation, double temperature) {
+  const CNumVector<double>& curve = sublimation ? t.m_vPsub : t.m_vPsat;
+  double low = INFINITY, high = -INFINITY;
+  for (std::size_t j = 0; j < curve.size() && j < t.m_vTemperatures.size(); ++j)
+    if (curve[j] > 0.0) {
+      low = std::min(low, t.m_vTemperatures[j]);
+      high = std::max(high, t.m_vTemperatures[j]);
+    }
+  return temperature >= low && temperature <= high;
+}
+
 // Prints one value or, when there is none, says why and returns kExitNoResult.
 int Query(const GasOptions& opt, std::ostream& out, std::ostream& err) {
   std::unique_ptr<CGasCompressibilityTable> owned;
@@ -260,13 +292,15 @@ int Query(const GasOptions& opt, std::ostream& out, std::ostream& err) {
     reason = "no gas phase at " + Num(*opt.pressure) + " mmHg and " + Num(*opt.temperature) +
              " K: the point is condensed by more than 5 K";
   } else if (opt.sub == "psat") {
-    ok = t.CalcPsatFromTemp(&value, *opt.temperature, opt.sublimation);
+    // Only where the table has the curve: beyond it the extrapolation is a guess (0 mmHg
+    // for CO2 at 1 K).
+    ok = t.CalcPsatFromTemp(&value, *opt.temperature, opt.sublimation) && value > 0.0 &&
+         InCurve(t, opt.sublimation, *opt.temperature);
     key = opt.sublimation ? "psub_mmhg" : "psat_mmhg";
     text = std::string(opt.sublimation ? "Psub" : "Psat") + " = " + Num(value, 8) + " mmHg at " +
            Num(*opt.temperature) + " K";
-    reason = std::string("no ") + curve + " pressure at " + Num(*opt.temperature) +
-             " K (above the critical temperature " + Num(t.GetCriticalTemperature()) +
-             " K, or outside the table's " + curve + " curve)";
+    reason = std::string("no ") + curve + " pressure at " + Num(*opt.temperature) + " K (" +
+             CurveSpan(t, opt.sublimation) + ")";
   } else {
     ok = t.CalcTempFromPsat(&value, *opt.pressure, opt.sublimation);
     key = "temperature_k";

@@ -1,7 +1,7 @@
 // Adsorption Information Files (AIF): the CIF-based exchange format of the adsorption
 // community, read and written through gemmi's CIF parser.
 //
-// Read: the first data block. Items interpreted (all optional except the points):
+// Read: the data block (a file of several blocks is refused with a message saying so). Items interpreted (all optional except the points):
 //   _exptl_adsorptive (else _adsorptive_name or _adsorptive_info, preferring a name with a
 //   gas table), _exptl_temperature (in _units_temperature: K or C; K when not given),
 //   _exptl_sample_mass, else _adsnt_sample_mass (in _units_mass: g, mg or kg; g when not
