@@ -1,13 +1,14 @@
 # Convenience wrapper around CMake. `make run` builds the tool, reduces the bundled simulated
 # nitrogen run to an isotherm and makes its BET report; `make test` runs every suite, the installed-package consumer, the
-# sanitizer build and a short fuzzing run.
+# sanitizer build, the thread test under ThreadSanitizer and a short fuzzing run.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
 JOBS       ?= 2
 STAGE      := $(CURDIR)/$(BUILD)/stage
 EXAMPLE    ?= data/examples/n2_77k_run.json
 
-.PHONY: all deps build run test test-unit test-consumer test-sanitize test-fuzz bench clean
+.PHONY: all deps build run test test-unit test-consumer test-sanitize test-tsan test-fuzz bench clean
 
 all: build
 
@@ -25,7 +26,7 @@ run: build
 	$(BUILD)/tools/fiofla/fiofla report $(EXAMPLE) --auto -o $(BUILD)/report.html
 	@echo "Open $(CURDIR)/$(BUILD)/report.html in a browser to see the report with its plots."
 
-test: test-unit test-consumer test-sanitize test-fuzz
+test: test-unit test-consumer test-sanitize test-tsan test-fuzz
 
 test-unit: build
 	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
@@ -51,6 +52,12 @@ test-sanitize: deps
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	cd $(ASAN_BUILD) && ctest --output-on-failure -j$(JOBS)
 
+# The documented thread pattern (tests/thread_test.cpp) under ThreadSanitizer; a race fails it.
+test-tsan: deps
+	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFIOFLA_TSAN=ON -DFIOFLA_BUILD_BENCH=OFF
+	cmake --build $(TSAN_BUILD) -j$(JOBS) --target thread_test
+	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 $(TSAN_BUILD)/tests/thread_test
+
 # The gas-table and isotherm readers under libFuzzer (clang), briefly and with a fixed seed; for a long
 # run: FUZZ_SECONDS=600 fuzz/run.sh
 test-fuzz: deps
@@ -63,4 +70,4 @@ bench: build
 	$(BUILD)/bench/io_bench
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) build-fuzz
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) build-fuzz

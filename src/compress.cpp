@@ -725,6 +725,16 @@ bool CGasCompressibilityTable::ReadFromFile(CStr const& path) {
 
 CGasCompressibilityCache CGasCompressibilityCache::ms_cCache;
 
+CGasCompressibilityCache& CGasCompressibilityCache::ForThisThread() {
+  thread_local CGasCompressibilityCache cache;
+  thread_local bool directorySet = false;
+  if (!directorySet) {
+    cache.SetDirectory(ms_cCache.GetDirectory());
+    directorySet = true;
+  }
+  return cache;
+}
+
 CGasCompressibilityTable* CGasCompressibilityCache::GetGas(CStr const& given) {
   if (given.empty()) return nullptr;
   // "N2" means nitrogen.fpi; a folder of one's own may still hold an n2.fpi.

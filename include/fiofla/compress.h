@@ -57,6 +57,18 @@
 // and methane. Callers pick the high-pressure table when their points lie outside the
 // normal grid and inside its (PickTableFor); the reduction and `fiofla gas z` do.
 //
+// Threads. A table answers lookups through mutable search hints, and a cache loads and
+// evicts tables as it is asked: neither may be used from two threads at once. What a
+// multi-threaded application may share:
+// - calculation objects (CCalcBET, CTPlotCalc, CBJHCalc, readers' results): yes, each
+//   thread working on its own instances;
+// - a CGasCompressibilityTable or CGasCompressibilityCache: no. Give each thread its own
+//   cache: CGasCompressibilityCache::ForThisThread() (pass it as
+//   IsothermReadOptions::gasCache and to ReduceMeasurement), or guard one with a lock.
+//   The default cache, ms_cCache, belongs to one thread (the tool's main thread).
+// - Set directories (SetDirectory, FIOFLA_GAS_DIR) before threads start; ForThisThread
+//   takes the default cache's directory when a thread first asks.
+//
 // CGasCompressibilityCache keeps the four most recently loaded gases, found by
 // name as <directory>/<name>.fpi; a name as files write it ("N2", "carbon dioxide") is
 // first turned into the table's (GasTableName). Its directory is set with SetDirectory; while
@@ -275,8 +287,11 @@ class CGasCompressibilityCache {
  public:
   /// Number of gases kept.
   static constexpr int kSlots = 4;
-  /// The library's cache.
+  /// The library's cache, for one thread (see the top of this header).
   static CGasCompressibilityCache ms_cCache;
+  /// This thread's own cache, created on first use with ms_cCache's directory; safe to use
+  /// from the thread that asked while other threads use theirs.
+  static CGasCompressibilityCache& ForThisThread();
 
   /// Empty cache without a directory (DefaultDirectory() is then used).
   CGasCompressibilityCache() = default;

@@ -5,6 +5,11 @@
 // unit on a formatter (DVolumeAds::sm_Formatter.Units().Select("mmol/g")) changes every
 // report made afterwards in this process; mg/g and cm³ liquid/g also need the adsorptive's
 // molar mass (and liquid density) set on those units.
+//
+// Threads: the formatters and the units context are process-wide, and report models point
+// at them. Building and rendering reports reads them and is safe from several threads at
+// once; changing them (Select, SetMolarMass, a precision) is not, and belongs before
+// threads start or under the application's own lock.
 #pragma once
 
 #include <memory>

@@ -3,6 +3,10 @@
 // Report modules register their texts by number when the library is loaded, and build a
 // CStr from a number when they fill a report. Keeping texts in one table lets an
 // application swap them (a translation) without touching the code that uses them.
+//
+// Threads: the table is process-wide. Reading it (ReportText, FindText, building and
+// rendering reports) is safe from any number of threads; RegisterText is not, and belongs
+// before threads start.
 #pragma once
 
 #include <cstdint>
