@@ -1,10 +1,14 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets (gas tables, isotherm files) with clang++ and runs each on a copy of its seed corpus
-# (the checked-in corpus is never modified). Exits non-zero when any target crashes.
+# Builds the fuzz targets (gas tables, isotherm files, measurement files) with clang++ and
+# runs each on a copy of its seed corpus (the checked-in corpus is never modified). Exits
+# non-zero when any target crashes.
 #
-#   fuzz/run.sh [build-dir]                 short, deterministic smoke run (~25 s in all)
+#   fuzz/run.sh [build-dir]                   short, deterministic smoke run (~40 s in all)
 #   FUZZ_SECONDS=600 fuzz/run.sh [build-dir]  each target for that many seconds
+#   FUZZ_CORPUS=DIR fuzz/run.sh [build-dir]   keep each target's grown corpus in DIR/<name>
+#                                             between runs (seeded from fuzz/corpus once)
 #
+# Inputs go up to 64 kB (FUZZ_MAX_LEN), past the readers' first buffers and size checks.
 # Crash reproducers are kept as <build-dir>/artifacts/<target>-crash-*; replay one with
 # <build-dir>/<target> <file>.
 set -euo pipefail
@@ -13,16 +17,21 @@ here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 build="${1:-$(cd "$here/.." && pwd)/build-fuzz}"
 seconds="${FUZZ_SECONDS:-0}"
 cxx="${FUZZ_CXX:-clang++}"
-targets=(gas_stream_fuzz gas_json_fuzz isotherm_fuzz)
+targets=(gas_stream_fuzz gas_json_fuzz isotherm_fuzz measurement_fuzz)
 
 cmake -S "$here" -B "$build" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null
 cmake --build "$build" -j"${FUZZ_JOBS:-2}"
 mkdir -p "$build/artifacts"
 
-work="$(mktemp -d)"
-trap 'rm -rf "$work"' EXIT
+if [[ -n "${FUZZ_CORPUS:-}" ]]; then
+  work="$FUZZ_CORPUS"
+  mkdir -p "$work"
+else
+  work="$(mktemp -d)"
+  trap 'rm -rf "$work"' EXIT
+fi
 
-common=(-max_len=4096 -rss_limit_mb=2048 -timeout=20 -print_final_stats=1)
+common=(-max_len="${FUZZ_MAX_LEN:-65536}" -rss_limit_mb=2048 -timeout=20 -print_final_stats=1)
 if [[ "$seconds" -gt 0 ]]; then
   limits=(-max_total_time="$seconds")
 else
@@ -35,7 +44,8 @@ status=0
 for target in "${targets[@]}"; do
   corpus="$work/${target%_fuzz}"
   mkdir -p "$corpus"
-  cp "$here/corpus/${target%_fuzz}/"* "$corpus/"
+  # A kept corpus is seeded once; a fresh one gets the seeds every run.
+  if [[ -z "$(ls -A "$corpus")" ]]; then cp "$here/corpus/${target%_fuzz}/"* "$corpus/"; fi
   log="$build/$target.log"
   echo "== $target (${limits[*]})"
   if "$build/$target" "$corpus" "${common[@]}" "${limits[@]}" \
