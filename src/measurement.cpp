@@ -278,6 +278,15 @@ ReducedIsotherm ReduceMeasurement(const Measurement& m, CGasCompressibilityCache
     }
     r.relativePressure.push_back(i < r.convertedPoints ? relative[i] : 0.0);
   }
+  // What fiofla writes it must read back: a point that reduces to no finite number is an
+  // error of the run, named here, not an "inf" in the output.
+  for (std::size_t i = 0; i < r.convertedPoints; ++i)
+    if (!std::isfinite(r.quantityAdsorbedCm3PerGStp[i]) || !std::isfinite(r.relativePressure[i]) ||
+        !std::isfinite(r.pressureMmHg[i]))
+      Fail(m, "points[" + std::to_string(i) + "]",
+           "reduces to a value that is not a finite number (quantity adsorbed " +
+               Show(r.quantityAdsorbedCm3PerGStp[i]) + " cm3/g STP, P/Po " +
+               Show(r.relativePressure[i]) + "); check the sample mass and the free space");
   return r;
 }
 

@@ -170,7 +170,16 @@ TEST(MeasurementFile, RoundTripsAndNamesTheFieldOfEveryDefect) {
       EXPECT_NE(std::string(e.what()).find(message), std::string::npos) << e.what();
     }
   };
-  fails("\"mass_g\": 0.1532", "\"mass_g\": -0.1532", "\"sample.mass_g\" must be greater than 0");
+  fails("\"mass_g\": 0.1532", "\"mass_g\": -0.1532",
+        "\"sample.mass_g\" must lie between 1e-06 and 10000 g (got -0.1532)");
+  // Values no instrument gives are refused where they are read, not reduced to infinities.
+  fails("\"mass_g\": 0.1532", "\"mass_g\": 1e-320", "\"sample.mass_g\" must lie between");
+  fails("\"ambient_cm3_stp\": 21.3", "\"ambient_cm3_stp\": 1e300",
+        "\"free_space.ambient_cm3_stp\" must lie between 1e-06 and 1000000 cm3 STP");
+  fails("\"quantity_dosed_cm3_stp\": ", "\"quantity_dosed_cm3_stp\": -5, \"y\": ",
+        "\"points[0].quantity_dosed_cm3_stp\" must lie between 0 and");
+  fails("\"manifold_pressure_mmhg\": ", "\"manifold_pressure_mmhg\": 1e300, \"x\": ",
+        "\"points[0].manifold_pressure_mmhg\" must lie between 0 and 7500616.827 mmHg");
   fails("\"mass_g\": 0.1532", "\"mass_g\": \"heavy\"", "\"sample.mass_g\" must be a number");
   fails("\"adsorptive\": \"nitrogen\"", "\"adsorptive\": \"unobtainium\"",
         "\"adsorptive\" names a gas with no table");

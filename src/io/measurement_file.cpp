@@ -17,6 +17,11 @@ namespace fiofla {
 namespace {
 
 constexpr const char* kFormatName = "fiofla measurement";
+// Physical bounds of what a run may hold: pressures up to 10 kbar, temperatures 1 to 3000 K,
+// gas volumes up to a million cm3 STP.
+constexpr double kMinP = 1e-9, kMaxP = 1e4 * 750.061682704;
+constexpr double kMinT = 1.0, kMaxT = 3000.0;
+constexpr double kMinV = 1e-6, kMaxV = 1e6;
 constexpr int kFormatVersion = 1;
 // Measurement files are small; anything beyond this is not one.
 constexpr std::size_t kMaxFileBytes = std::size_t(64) << 20;
@@ -65,6 +70,15 @@ class Reader {
   double NotNegative(const char* key) const {
     const double x = Number(key);
     if (!(x >= 0.0)) Fail(key, "must not be negative (got " + Show(x) + ")");
+    return x;
+  }
+  // Bounds wide enough for any real instrument, so that a slip (a mass of 1e-320 g, a
+  // pressure of 1e300 mmHg) is refused here instead of reducing to infinities.
+  double Within(const char* key, double low, double high, const char* unit) const {
+    const double x = Number(key);
+    if (!(x >= low && x <= high))
+      Fail(key, "must lie between " + Show(low) + " and " + Show(high) + " " + unit + " (got " +
+                    Show(x) + ")");
     return x;
   }
   double OptionalNumber(const char* key, double fallback) const {
@@ -118,7 +132,7 @@ std::vector<TimedPressure> Readings(const Reader& po) {
   std::vector<TimedPressure> out;
   for (rapidjson::SizeType i = 0; i < list.Size(); ++i) {
     const Reader e = po.Element("readings", i);
-    TimedPressure tp{TimeStamp(e, "time_s"), e.Positive("po_mmhg")};
+    TimedPressure tp{TimeStamp(e, "time_s"), e.Within("po_mmhg", kMinP, kMaxP, "mmHg")};
     if (!out.empty() && tp.timeS < out.back().timeS)
       e.Fail("time_s", "must not be earlier than the reading before it");
     out.push_back(tp);
@@ -137,10 +151,10 @@ void ReadPo(const Reader& root, Measurement& m) {
                                    {"bath_temperature", PoSourceKind::kBathTemperature}});
   switch (p.source) {
     case PoSourceKind::kEntered:
-      p.enteredMmHg = po.Positive("po_mmhg");
+      p.enteredMmHg = po.Within("po_mmhg", kMinP, kMaxP, "mmHg");
       break;
     case PoSourceKind::kAdjusted:
-      p.adjustedMmHg = po.Positive("adjusted_po_mmhg");
+      p.adjustedMmHg = po.Within("adjusted_po_mmhg", kMinP, kMaxP, "mmHg");
       p.adjustedAtS = TimeStamp(po, "at_time_s");
       p.readings = Readings(po);
       break;
@@ -161,7 +175,8 @@ void ReadPo(const Reader& root, Measurement& m) {
           po.Fail("saturation_curve", "must hold 2 to 10 pairs");
         for (rapidjson::SizeType i = 0; i < list.Size(); ++i) {
           const Reader e = po.Element("saturation_curve", i);
-          p.saturationCurve.emplace_back(e.Positive("temperature_k"), e.Positive("psat_mmhg"));
+          p.saturationCurve.emplace_back(e.Within("temperature_k", kMinT, kMaxT, "K"),
+                                         e.Within("psat_mmhg", kMinP, kMaxP, "mmHg"));
         }
       }
       break;
@@ -175,16 +190,16 @@ void ReadFreeSpace(const Reader& root, Measurement& m) {
                                  {{"entered", FreeSpaceKind::kEntered},
                                   {"measured", FreeSpaceKind::kMeasured},
                                   {"calculated", FreeSpaceKind::kCalculated}});
-  f.offsetCm3Stp = fs.OptionalNumber("offset_cm3_stp", 0.0);
-  if (!std::isfinite(f.offsetCm3Stp)) fs.Fail("offset_cm3_stp", "must be a finite number");
+  f.offsetCm3Stp =
+      fs.Has("offset_cm3_stp") ? fs.Within("offset_cm3_stp", -kMaxV, kMaxV, "cm3 STP") : 0.0;
   if (f.kind == FreeSpaceKind::kCalculated) {
-    f.blankAmbientCm3Stp = fs.Positive("blank_ambient_cm3_stp");
-    f.blankAnalysisCm3Stp = fs.Positive("blank_analysis_cm3_stp");
+    f.blankAmbientCm3Stp = fs.Within("blank_ambient_cm3_stp", kMinV, kMaxV, "cm3 STP");
+    f.blankAnalysisCm3Stp = fs.Within("blank_analysis_cm3_stp", kMinV, kMaxV, "cm3 STP");
     if (!(m.sampleDensityGPerCm3 > 0.0))
       root.Fail("sample.density_g_per_cm3", "is needed for a calculated free space");
   } else {
-    f.ambientCm3Stp = fs.Positive("ambient_cm3_stp");
-    f.analysisCm3Stp = fs.Positive("analysis_cm3_stp");
+    f.ambientCm3Stp = fs.Within("ambient_cm3_stp", kMinV, kMaxV, "cm3 STP");
+    f.analysisCm3Stp = fs.Within("analysis_cm3_stp", kMinV, kMaxV, "cm3 STP");
   }
 }
 
@@ -195,13 +210,13 @@ void ReadGasLaw(const Reader& root, Measurement& m) {
   law.form = Choice<GasLawForm>(g, "form",
                                 {{"table", GasLawForm::kTable}, {"factor", GasLawForm::kFactor}});
   if (law.form == GasLawForm::kTable) {
-    law.adsorbedMolarVolumeCm3PerMol = g.Has("adsorbed_molar_volume_cm3_per_mol")
-                                           ? g.NotNegative("adsorbed_molar_volume_cm3_per_mol")
-                                           : 0.0;
+    law.adsorbedMolarVolumeCm3PerMol =
+        g.Has("adsorbed_molar_volume_cm3_per_mol")
+            ? g.Within("adsorbed_molar_volume_cm3_per_mol", 0.0, 1e4, "cm3/mol")
+            : 0.0;
   } else {
-    law.nonIdealityPerMmHg = g.NotNegative("non_ideality_per_mmhg");
-    law.f1 = g.OptionalNumber("f1", 0.0);
-    if (!std::isfinite(law.f1)) g.Fail("f1", "must be a finite number");
+    law.nonIdealityPerMmHg = g.Within("non_ideality_per_mmhg", 0.0, 1.0, "per mmHg");
+    law.f1 = g.Has("f1") ? g.Within("f1", -1e6, 1e6, "") : 0.0;
   }
 }
 
@@ -209,9 +224,9 @@ void ReadTranspiration(const Reader& root, Measurement& m) {
   if (!root.Has("thermal_transpiration")) return;
   const Reader t = root.Object("thermal_transpiration");
   Measurement::Transpiration tr;
-  tr.gasFactor = t.Positive("gas_factor");
-  tr.tubeInsideDiameterCm = t.Positive("tube_inside_diameter_cm");
-  tr.ratioLimit = t.Has("ratio_limit") ? t.Positive("ratio_limit") : 1.0;
+  tr.gasFactor = t.Within("gas_factor", 1e-6, 1e3, "");
+  tr.tubeInsideDiameterCm = t.Within("tube_inside_diameter_cm", 1e-4, 100.0, "cm");
+  tr.ratioLimit = t.Has("ratio_limit") ? t.Within("ratio_limit", 1e-6, 1.0, "") : 1.0;
   m.transpiration = tr;
 }
 
@@ -224,10 +239,9 @@ void ReadPoints(const Reader& root, Measurement& m) {
     p.timeS = TimeStamp(e, "time_s");
     if (!m.points.empty() && p.timeS < m.points.back().timeS)
       e.Fail("time_s", "must not be earlier than points[" + std::to_string(i - 1) + "].time_s");
-    p.manifoldPressureMmHg = e.NotNegative("manifold_pressure_mmhg");
-    p.quantityDosedCm3Stp = e.Number("quantity_dosed_cm3_stp");
-    if (!std::isfinite(p.quantityDosedCm3Stp))
-      e.Fail("quantity_dosed_cm3_stp", "must be a finite number");
+    p.manifoldPressureMmHg = e.Within("manifold_pressure_mmhg", 0.0, kMaxP, "mmHg");
+    // Cumulative: gas taken back out on desorption lowers it, but never below nothing.
+    p.quantityDosedCm3Stp = e.Within("quantity_dosed_cm3_stp", 0.0, kMaxV, "cm3 STP");
     if (e.Has("branch") && !StringToBranch(e.String("branch"), &p.branch))
       e.Fail("branch", "must be \"adsorption\" or \"desorption\"");
     m.points.push_back(p);
@@ -255,14 +269,14 @@ Measurement ParseMeasurement(const std::string& text, const std::string& name) {
   m.source = name;
   const Reader sample = root.Object("sample");
   m.sampleName = sample.Has("name") ? sample.String("name") : std::string();
-  m.sampleMassG = sample.Positive("mass_g");
+  m.sampleMassG = sample.Within("mass_g", 1e-6, 1e4, "g");
   if (sample.Has("density_g_per_cm3"))
-    m.sampleDensityGPerCm3 = sample.Positive("density_g_per_cm3");
+    m.sampleDensityGPerCm3 = sample.Within("density_g_per_cm3", 0.01, 30.0, "g/cm3");
   m.adsorptive = root.String("adsorptive");
   if (m.adsorptive.empty()) root.Fail("adsorptive", "must name a gas table");
-  m.ambientTemperatureK = root.Positive("ambient_temperature_k");
+  m.ambientTemperatureK = root.Within("ambient_temperature_k", kMinT, kMaxT, "K");
   if (root.Has("analysis_temperature_k"))
-    m.analysisTemperatureK = root.Positive("analysis_temperature_k");
+    m.analysisTemperatureK = root.Within("analysis_temperature_k", kMinT, kMaxT, "K");
   ReadFreeSpace(root, m);
   ReadPo(root, m);
   ReadGasLaw(root, m);

@@ -22,6 +22,11 @@
 //     "points": [{"time_s": 0, "manifold_pressure_mmhg": 5.2,
 //                 "quantity_dosed_cm3_stp": 8.41, "branch": "adsorption"}, ...]
 //   }
+// - Values must be physically possible, or the file is refused naming the field: masses
+//   1e-6 to 1e4 g, densities 0.01 to 30 g/cm3, temperatures 1 to 3000 K, pressures up to
+//   10 kbar (7.5e6 mmHg; Po above 1e-9 mmHg), free spaces 1e-6 to 1e6 cm3 STP (offsets
+//   within ±1e6), quantities dosed 0 to 1e6 cm3 STP, a tube 1e-4 to 100 cm wide. A member
+//   given twice is refused too.
 // - "sample.density_g_per_cm3" is needed only for a calculated free space.
 // - "analysis_temperature_k" may be left out when Po gives it (entered, measured or
 //   adjusted Po through the gas table's saturation curve, reference gas); it is
