@@ -12,6 +12,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -558,6 +560,61 @@ void ResetTable(CGasCompressibilityTable& table) {
 
 }  // namespace
 
+namespace {
+
+// What no gas table can hold, in words; empty when the table is physically possible.
+// A file is where a slip gets in (a reversed grid gave Po = 2.3 million mmHg), so the
+// JSON reader checks; tables filled in code are the caller's to keep sound.
+std::string Implausible(
+    CNumVector<double> const& t, CNumVector<double> const& p, CNumMatrix<double> const& z,
+    std::initializer_list<std::reference_wrapper<CNumVector<double> const>> curves, double tcrit,
+    double pcrit, double ttrip, double ptrip, double molarMass) {
+  auto show = [](double x) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.6g", x);
+    return std::string(text);
+  };
+  for (std::size_t j = 0; j < t.size(); ++j) {
+    if (!(t[j] > 0.0 && t[j] <= 5000.0))
+      return "\"temperature\" " + show(t[j]) + " K is not between 0 and 5000 K";
+    if (j > 0 && !(t[j] > t[j - 1]))
+      return "\"temperature\" is not ascending at value " + std::to_string(j + 1);
+  }
+  for (std::size_t i = 0; i < p.size(); ++i) {
+    if (!(p[i] >= 0.0 && p[i] <= 1e8))
+      return "\"pressure\" " + show(p[i]) + " mmHg is not between 0 and 1e8 mmHg";
+    if (i > 0 && !(p[i] > p[i - 1]))
+      return "\"pressure\" is not ascending at value " + std::to_string(i + 1);
+  }
+  bool gas = z.rows() == 0;
+  for (std::size_t i = 0; i < z.rows(); ++i)
+    for (std::size_t j = 0; j < z.cols(); ++j) {
+      const double v = z(i, j);
+      // 0 and -1 mark "no gas phase"; a gas's Z lies well inside (0, 10].
+      if (!(v == 0.0 || v == -1.0 || (v > 0.0 && v <= 10.0)))
+        return "\"compressibility\" row " + std::to_string(i + 1) + " value " +
+               std::to_string(j + 1) + " is " + show(v) +
+               ": Z lies in (0, 10], or is 0 or -1 "
+               "where there is no gas phase";
+      gas = gas || v > 0.0;
+    }
+  if (!gas) return "\"compressibility\" has no gas phase anywhere";
+  for (CNumVector<double> const& curve : curves)
+    for (double v : curve)
+      if (!(v >= 0.0 && v <= 1e9)) return "a saturation or liquid curve holds " + show(v);
+  if (!(tcrit > 0.0 && tcrit <= 5000.0))
+    return "\"Tcrit\" " + show(tcrit) + " K is not between 0 and 5000 K";
+  if (!(pcrit > 0.0)) return "\"Pcrit\" " + show(pcrit) + " mmHg is not above 0";
+  if (!(ttrip >= 0.0 && ttrip < tcrit))
+    return "\"Ttrip\" " + show(ttrip) + " K is not between 0 and Tcrit";
+  if (!(ptrip >= 0.0)) return "\"Ptrip\" " + show(ptrip) + " mmHg is negative";
+  if (!(molarMass >= 0.0 && molarMass <= 1e4))
+    return "\"molecular weight\" " + show(molarMass) + " g/mol is not between 0 and 1e4";
+  return {};
+}
+
+}  // namespace
+
 bool CGasCompressibilityTable::ReadJson(rapidjson::Document const& doc) {
   ResetTable(*this);
 
@@ -626,6 +683,9 @@ bool CGasCompressibilityTable::ReadJson(rapidjson::Document const& doc) {
   if (doc.HasMember(kKeyMolecularWeight) &&
       !JsonNumber(doc, kKeyMolecularWeight, molecularWeight, error))
     return fail();
+  error = Implausible(temperatures, pressures, z, {psat, psub, tension, volume}, tcrit, pcrit,
+                      ttrip, ptrip, molecularWeight);
+  if (!error.empty()) return fail();
 
   m_uUseKalrez = kalrez->value.GetBool() ? 1u : 0u;
   m_nAtoms = atoms->value.GetInt();

@@ -673,3 +673,25 @@ TEST(GasTableFile, AMemberGivenTwiceIsRefused) {
             std::string::npos)
       << table.GetReadError().c_str();
 }
+
+// A gas file holding what no gas has is refused with the field named.
+TEST(GasTableFile, ImplausibleTablesAreRefused) {
+  TempDir dir;
+  const std::string good = FormatGood(FullTable());
+  const struct {
+    std::string from, to, message;
+  } cases[] = {
+      {"77.35", "69", "\"temperature\" is not ascending at value 2"},
+      {"0.975", "1e300", "\"compressibility\" row 2 value 2 is 1e+300"},
+      {"0.975", "-0.5", "Z lies in (0, 10], or is 0 or -1"},
+      {"\"Tcrit\": 126.19", "\"Tcrit\": 0", "\"Tcrit\" 0 K is not between 0 and 5000 K"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.to);
+    std::ofstream(dir / "odd.fpi") << Replace(good, c.from, c.to);
+    CGasCompressibilityTable table;
+    EXPECT_FALSE(table.ReadFromFile(CStr(dir / "odd.fpi")));
+    EXPECT_NE(std::string(table.GetReadError().c_str()).find(c.message), std::string::npos)
+        << table.GetReadError().c_str();
+  }
+}

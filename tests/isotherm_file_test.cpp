@@ -250,3 +250,16 @@ TEST(IsothermFormats, NamesExtensionsAndAdsorptives) {
 }
 
 }  // namespace
+
+// What no measurement can be is refused on reading, so no writer passes it on.
+TEST(IsothermCsv, ImpossibleTemperaturesMassesAndPressuresAreRefused) {
+  EXPECT_NE(Message("# temperature: -500 K\nrelative_pressure,loading\n0.1,2\n")
+                .find("the temperature -500 K is not between 0 and 3000 K"),
+            std::string::npos);
+  EXPECT_NE(Message("# sample_mass: -1 g\nrelative_pressure,loading\n0.1,2\n")
+                .find("the sample mass -1 g is not between 0 and 10000 g"),
+            std::string::npos);
+  EXPECT_NE(Message("# p0: 100 kPa\npressure [kPa],loading\n1e300,2\n")
+                .find("the pressure of point 1, 1e+300 kPa, is not between 0 and 10 kbar"),
+            std::string::npos);
+}

@@ -524,6 +524,7 @@ TEST(ToolFiles, BadOptionsAndUnwritableOutputs) {
       {{"bet", aif, "--format", "xlsx"}, "--format 'xlsx' is not one of"},
       {{"bet", aif, "--p0", "101.3"}, "has no unit"},
       {{"bet", aif, "--p0", "1e308kPa"}, "is above the largest pressure fiofla takes"},
+      {{"gas", "z", "nitrogen", "--p", "1e9", "--t", "500"}, "is above 7.5e6 mmHg (10 kbar)"},
       {{"tplot", aif, "--p0", "-1kPa"}, "is not a positive pressure"},
       {{"bjh", aif, "--p0", "1 furlong"}, "unknown pressure unit 'furlong'"},
       {{"convert", aif, "--loading-unit", "furlong/g"}, "is not a loading unit"},

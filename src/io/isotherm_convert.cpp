@@ -27,6 +27,11 @@ namespace {
 using io_detail::Fail;
 using io_detail::Short;
 
+// Bounds of a physically possible isotherm, wide enough for any instrument.
+constexpr double kMaxTemperatureK = 3000.0;
+constexpr double kMaxSampleMassG = 1e4;
+constexpr double kMaxPressureMmHg = 1e4 * 750.061682704;  // 10 kbar
+
 CGasCompressibilityCache& CacheOf(CGasCompressibilityCache* cache) {
   return cache ? *cache : CGasCompressibilityCache::ms_cCache;
 }
@@ -248,6 +253,16 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
   CheckLength(raw, raw.branch.size(), "the branch list");
   CheckLength(raw, raw.sourceLine.size(), "the line list");
 
+  // What no measurement can be: refused here, so that no writer puts it in a file that
+  // fiofla would then refuse to read.
+  if (std::isfinite(raw.info.temperatureK) &&
+      !(raw.info.temperatureK > 0.0 && raw.info.temperatureK <= kMaxTemperatureK))
+    Fail(raw.source, "the temperature " + Short(raw.info.temperatureK) +
+                         " K is not between 0 and " + Short(kMaxTemperatureK) + " K");
+  if (std::isfinite(raw.info.sampleMassG) &&
+      !(raw.info.sampleMassG > 0.0 && raw.info.sampleMassG <= kMaxSampleMassG))
+    Fail(raw.source, "the sample mass " + Short(raw.info.sampleMassG) + " g is not between 0 and " +
+                         Short(kMaxSampleMassG) + " g");
   IsothermData iso;
   iso.source = raw.source;
   bool relativeUnknown = false;  // absolute pressures without any Po, when allowed
@@ -260,8 +275,12 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
     pressureIndex = static_cast<int>(
         io_detail::PressureUnitIndex(raw.pressureUnit, raw.source, raw.pressureUnitWhere));
     iso.pressureMmHg.reserve(n);
-    for (double p : raw.pressure)
+    for (double p : raw.pressure) {
       iso.pressureMmHg.push_back(pressureUnits.ToInternal(p, pressureIndex));
+      if (!(iso.pressureMmHg.back() >= 0.0 && iso.pressureMmHg.back() <= kMaxPressureMmHg))
+        Fail(raw.source, "the pressure of point " + std::to_string(iso.pressureMmHg.size()) + ", " +
+                             Short(p) + " " + raw.pressureUnit + ", is not between 0 and 10 kbar");
+    }
     iso.info.pressureUnit = raw.pressureUnit;
   }
 

@@ -505,12 +505,22 @@ void AddGasCommand(CLI::App& app, Commands& commands) {
                       shape.operands);
     if (shape.pressure)
       cmd->add_option_function<std::string>(
-             "--p", [opt](const std::string& v) { opt->pressure = ParsePositive("--p", v); },
+             "--p",
+             [opt](const std::string& v) {
+               opt->pressure = ParsePositive("--p", v);
+               // Past 10 kbar no table, and no sorption measurement, has anything to say.
+               if (*opt->pressure > 7.5e6)
+                 throw UsageError{"--p " + v + " mmHg is above 7.5e6 mmHg (10 kbar)"};
+             },
              "pressure, mmHg")
           ->type_name("P");
     if (shape.temperature)
       cmd->add_option_function<std::string>(
-             "--t", [opt](const std::string& v) { opt->temperature = ParsePositive("--t", v); },
+             "--t",
+             [opt](const std::string& v) {
+               opt->temperature = ParsePositive("--t", v);
+               if (*opt->temperature > 5000.0) throw UsageError{"--t " + v + " K is above 5000 K"};
+             },
              "temperature, K")
           ->type_name("T");
     if (shape.sublimation)

@@ -184,7 +184,8 @@ IsothermFormat DetectFormat(const std::string& path);
 /// Converts what a file gives into an isotherm: units to mmHg and cm3/g STP, P/Po from
 /// pressure and Po, branches split when not given. Throws InputError naming the source and
 /// the problem (unknown unit, lengths that differ, no Po, a mass unit for an adsorptive
-/// without molar mass, a non-positive Po).
+/// without molar mass, a non-positive Po, a temperature outside 0 to 3000 K, a sample mass
+/// outside 0 to 10 kg, a pressure outside 0 to 10 kbar).
 IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options = {});
 
 /// Reads an isotherm file in any supported format, reading it once; throws InputError.
