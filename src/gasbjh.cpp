@@ -11,8 +11,6 @@ constexpr double kPi = 3.14159265;
 constexpr double kTwoPi = 6.2831853;
 // pi x 1e-12: area of a length of pore wall per Å of diameter.
 constexpr double kPiE12 = 3.1415926500000005e-12;
-// Counters are 16-bit; keep every index representable.
-constexpr std::size_t kMaxPoints = 65000;
 
 }  // namespace
 
@@ -110,7 +108,7 @@ bool CBJHCalc::PrepIsotherm(std::vector<double>& P, std::vector<double>& Q) {
   }
   std::sort(m_Dropped.begin(), m_Dropped.end(),
             [](const SDroppedPoint& a, const SDroppedPoint& b) { return a.index < b.index; });
-  if (P.size() < 2 || P.size() > kMaxPoints) {
+  if (P.size() < 2) {
     m_Status = STATUS_TOO_FEW_PREPARED;
     return false;
   }
@@ -173,9 +171,9 @@ CBJHCalc::CBJHCalc(SInput const& in)
     m_Status = STATUS_NONE_IN_RANGE;
     return;
   }
-  m_FirstSelected = static_cast<std::uint16_t>(first);
-  m_EndSelected = static_cast<std::uint16_t>(end);
-  m_NumSelected = static_cast<std::uint16_t>(end - first);
+  m_FirstSelected = first;
+  m_EndSelected = end;
+  m_NumSelected = end - first;
 
   for (std::size_t k = 0; k < first; ++k)
     m_VolumeAbove += IncrPoreVol(m_Lengths[k], m_AvgDiameters[k]);
@@ -226,7 +224,7 @@ void CBJHCalc::VariantA(CThicknessFunction const& t) {
     area += a;
     length += l;
   }
-  m_NumIntervals = static_cast<std::uint16_t>(n > 2 ? n - 2 : 0);
+  m_NumIntervals = n > 2 ? n - 2 : 0;
 }
 
 void CBJHCalc::VariantC(CThicknessFunction const& t) {
@@ -257,7 +255,7 @@ void CBJHCalc::VariantC(CThicknessFunction const& t) {
     ++count;
     j = i;
   }
-  m_NumIntervals = static_cast<std::uint16_t>(count);
+  m_NumIntervals = count;
 }
 
 void CBJHCalc::VariantB(CThicknessFunction const& t) {
@@ -304,7 +302,7 @@ void CBJHCalc::VariantB(CThicknessFunction const& t) {
     m_AvgDiameters[count] = davg;
     ++count;
   }
-  m_NumIntervals = static_cast<std::uint16_t>(count);
+  m_NumIntervals = count;
 }
 
 void CBJHCalc::Select(CNumVector<double>& out, std::vector<double> const& v,

@@ -217,13 +217,11 @@ CTPlotCalc::CTPlotCalc(SInput const& input)
   m_Thickness.reserve(m_RelPress.size());
   for (double x : m_RelPress) m_Thickness.push_back(curve->EvalAt(x));
 
-  // The point scan keeps a 16-bit index, so at most 65,535 points take part in the fit.
-  const std::size_t nScan =
-      std::min<std::size_t>({m_RelPress.size(), m_QtyAdsorbed.size(),
-                             std::size_t(std::numeric_limits<std::uint16_t>::max())});
+  // Every point takes part, however many there are.
+  const std::size_t nScan = std::min(m_RelPress.size(), m_QtyAdsorbed.size());
   std::vector<double> fitT;
   std::vector<double> fitQ;
-  for (std::uint16_t i = 0; i < nScan; ++i) {
+  for (std::size_t i = 0; i < nScan; ++i) {
     const double t = m_Thickness[i];
     const double q = m_QtyAdsorbed[i];
     if (t >= m_ThicknessMin && t <= m_ThicknessMax && q >= 0.0) {

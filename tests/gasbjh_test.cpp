@@ -281,3 +281,20 @@ TEST(BJHCalculation, WhatIsLeftOutIsAccountedFor) {
     warned = warned || n.find("peak lies in its smallest-diameter interval") != std::string::npos;
   EXPECT_TRUE(warned);
 }
+
+// No hidden limit: a branch of 70,000 points is walked whole.
+TEST(BJHCalculation, TakesAnyNumberOfPoints) {
+  CThicknessFunction hj(CThicknessFunction::eHarkinsJura);
+  CBJHCalc::SInput in;
+  in.m_pThickness = &hj;
+  in.m_MinDiameter = 0.0;
+  in.m_MaxDiameter = 1e9;
+  for (int i = 0; i < 70000; ++i) {
+    const double p = 0.98 - 0.96 * i / 69999.0;
+    in.m_RelPress.push_back(p);
+    in.m_QtyAdsorbed.push_back(100.0 + 300.0 * p);
+  }
+  const CBJHCalc bjh(in);
+  ASSERT_EQ(bjh.GetStatus(), CBJHCalc::STATUS_OK);
+  EXPECT_EQ(bjh.GetNumIntervals(), 70000u - 1);
+}

@@ -25,8 +25,7 @@
 //   step never opens an interval; it widens every boundary and average diameter by twice
 //   the film thinning of that step, so the final film is accounted for like every other.
 // - Input vectors of different lengths are used up to the shorter one.
-// - The interval counters are 16-bit: a branch with more than 65,000 points after
-//   preparation is refused with status 2 rather than wrapping a counter.
+// - Any number of points is taken (counters are std::size_t).
 // - Nothing is left out silently: the points the preparation drops (GetDroppedPoints), the
 //   steps whose freed liquid the thinning film alone explains (GetEmptySteps: variant A
 //   counts no pores for them, B and C merge them into the next interval), the pore volume
@@ -120,8 +119,8 @@ class CBJHCalc {
   /// Total pore area of the selected intervals, m2/g; -1.0 unless status 0.
   double GetTotalPoreArea() const { return m_TotalPoreArea; }
   /// Number of intervals computed, and selected.
-  unsigned GetNumIntervals() const { return m_NumIntervals; }
-  unsigned GetNumSelected() const { return m_NumSelected; }
+  std::size_t GetNumIntervals() const { return m_NumIntervals; }
+  std::size_t GetNumSelected() const { return m_NumSelected; }
 
   /// Selected interval boundaries (m + 1), Å, largest first.
   void GetPoreDiameters(CNumVector<double>& out) const;
@@ -205,10 +204,10 @@ class CBJHCalc {
   double m_TotalPoreVolume = -1.0;
   double m_TotalPoreArea = -1.0;
   int m_Status = STATUS_NOT_CALCULATED;
-  std::uint16_t m_NumIntervals = 0;
-  std::uint16_t m_NumSelected = 0;
-  std::uint16_t m_FirstSelected = 0;
-  std::uint16_t m_EndSelected = 0;
+  std::size_t m_NumIntervals = 0;
+  std::size_t m_NumSelected = 0;
+  std::size_t m_FirstSelected = 0;
+  std::size_t m_EndSelected = 0;
   std::vector<double> m_RelPress;
   std::vector<double> m_QtyAdsorbed;
   std::vector<double> m_Diameters;

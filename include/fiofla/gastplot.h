@@ -131,8 +131,8 @@ class CThicknessFunction {
 
 /// t-plot of one isotherm: micropore volume and external area; all work in the constructor.
 ///
-/// Choices: points are scanned for the fit with a 16-bit index, so only the first 65,535
-/// points can take part (all of them still get a thickness); a point without a quantity
+/// Choices: every point can take part in the fit, however many there are; a point without a
+/// quantity
 /// (quantity vector shorter than the pressures) is never fitted; with exactly two fitted
 /// points the errors are NaN (no degrees of freedom left), and when all fitted points share
 /// one thickness the line fit fails and slope, intercept and everything derived are 0.
