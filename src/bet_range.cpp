@@ -83,6 +83,80 @@ const char* InvalidOption(const BetRangeOptions& options) {
   return nullptr;
 }
 
+// Past this many points, windows start and end on the boundaries of this many blocks.
+constexpr std::size_t kMaxBoundaries = 2000;
+
+// Centred statistics of a run of points, combined pairwise (Chan, Golub and LeVeque 1979),
+// which keeps the precision of Welford's updates when runs are joined.
+struct Moments {
+  double count = 0.0, meanX = 0.0, meanY = 0.0, sxx = 0.0, sxy = 0.0, syy = 0.0;
+  double low = 0.0, high = 0.0;
+  void Add(const Moments& b) {
+    if (count == 0.0) {
+      *this = b;
+      return;
+    }
+    const double n = count + b.count, dx = b.meanX - meanX, dy = b.meanY - meanY;
+    const double w = count * b.count / n;
+    sxx += b.sxx + dx * dx * w;
+    sxy += b.sxy + dx * dy * w;
+    syy += b.syy + dy * dy * w;
+    meanX += dx * b.count / n;
+    meanY += dy * b.count / n;
+    count = n;
+    low = std::min(low, b.low);
+    high = std::max(high, b.high);
+  }
+};
+
+// The window search over kMaxBoundaries equal blocks of consecutive points: every window
+// of whole blocks with at least minPoints points is judged, so the cost is O(n) to build
+// the blocks plus O(blocks^2) windows, whatever n is.
+template <typename Judge>
+void SearchBlocks(std::size_t n, std::size_t minPoints, const double* x, const double* y,
+                  Judge& judge, BetRangeResult& result) {
+  const std::size_t size = (n + kMaxBoundaries - 1) / kMaxBoundaries;
+  const std::size_t blocks = (n + size - 1) / size;
+  std::vector<Moments> moments(blocks);
+  std::vector<char> usable(blocks, 1);
+  for (std::size_t k = 0; k < blocks; ++k) {
+    Moments& m = moments[k];
+    m.low = m.high = x[k * size];
+    for (std::size_t i = k * size; i < std::min(n, (k + 1) * size); ++i) {
+      if (std::isnan(y[i])) usable[k] = 0;
+      m.count += 1.0;
+      const double dx = x[i] - m.meanX, dy = y[i] - m.meanY;
+      m.meanX += dx / m.count;
+      m.meanY += dy / m.count;
+      m.sxx += dx * (x[i] - m.meanX);
+      m.sxy += dx * (y[i] - m.meanY);
+      m.syy += dy * (y[i] - m.meanY);
+      m.low = std::min(m.low, x[i]);
+      m.high = std::max(m.high, x[i]);
+    }
+  }
+  std::size_t searched = 0;
+  for (std::size_t a = 0; a < blocks; ++a) {
+    Moments window;
+    bool spoiled = false;  // a block holding an unusable point spoils every window with it
+    std::size_t crossingHint = 0;
+    for (std::size_t c = a; c < blocks; ++c) {
+      spoiled = spoiled || !usable[c];
+      if (!spoiled) window.Add(moments[c]);
+      const std::size_t first = a * size, last = std::min(n, (c + 1) * size) - 1;
+      if (last + 1 - first < minPoints) continue;
+      ++searched;
+      if (spoiled) {
+        ++result.unusable;
+        continue;
+      }
+      judge(first, last, window.meanX, window.meanY, window.sxx, window.sxy, window.syy, window.low,
+            window.high, crossingHint);
+    }
+  }
+  result.windowsSearched = searched;
+}
+
 }  // namespace
 
 BetRangeResult FindBetRange(const double* relativePressure, const double* quantityCm3PerGStp,
@@ -147,82 +221,91 @@ BetRangeResult FindBetRange(const double* relativePressure, const double* quanti
   double bestEndX = 0.0, bestDeviation = 0.0;
   std::size_t bestLength = 0;
 
-  for (std::size_t i = 0; i + minPoints <= n; ++i) {
-    const std::size_t firstEnd = i + minPoints - 1;
-    if (std::isnan(y[i])) {
-      result.unusable += n - firstEnd;
-      continue;
-    }
-    // Welford's updates keep the sums centred on the running means; raw sums of squares
-    // lose their digits to cancellation whenever a window's spread is small next to its mean.
-    double meanX = 0.0, meanY = 0.0, sxx = 0.0, sxy = 0.0, syy = 0.0;
-    double low = x[i], high = x[i];
-    std::size_t crossingHint = 0;
-    for (std::size_t j = i; j < n; ++j) {
-      if (std::isnan(y[j])) {
-        result.unusable += n - std::max(j, firstEnd);
-        break;
+  // Judges window i..j from its centred sums and P/Po extremes, and keeps it when best.
+  auto judge = [&](std::size_t i, std::size_t j, double meanX, double meanY, double sxx, double sxy,
+                   double syy, double low, double high, std::size_t& crossingHint) {
+    const bool increasing = badSteps[j] == badSteps[i];
+    // Slope + intercept and the intercept, both times sxx: C and Qm then cost one
+    // division each instead of a chain of three, which is most of a window's time.
+    const double sumTimesSxx = sxy * (1.0 - meanX) + meanY * sxx;
+    const double interceptTimesSxx = meanY * sxx - sxy * meanX;
+    // Without spread in x there is no line, and none of the fit criteria can hold.
+    const bool line = sxx > 0.0;
+    const bool positiveC = line && interceptTimesSxx > 0.0 && sumTimesSxx > 0.0;
+    const double c = sumTimesSxx / interceptTimesSxx;
+    const double qm = sxx / sumTimesSxx;
+    const double pm = line ? reader.At(qm, crossingHint) : kNaN;
+    const bool inRange = pm >= low && pm <= high;
+    // |1/u - pm| <= tol pm with u = sqrt C + 1, multiplied out by u pm > 0.
+    const double u = line && c > 0.0 ? std::sqrt(c) + 1.0 : kNaN;
+    const bool agrees = u * pm * (1.0 - tolerance) <= 1.0 && u * pm * (1.0 + tolerance) >= 1.0;
+    const bool r2Ok = line && (syy > 0.0 ? sxy * sxy >= minR2 * (sxx * syy) : minR2 <= 0.0);
+
+    result.failedRSquared += !r2Ok;
+    result.failedIncreasing += !increasing;
+    result.failedPositiveC += !positiveC;
+    result.failedMonolayerInRange += !inRange;
+    result.failedMonolayerAgreement += !agrees;
+    if (!(r2Ok && increasing && positiveC && inRange && agrees)) return;
+    ++result.windowsPassed;
+
+    const double cPressure = 1.0 / u;
+    const double deviation = std::fabs(cPressure - pm) / pm;
+
+    const std::size_t length = j - i + 1;
+    const bool better = !haveBest || x[j] > bestEndX ||
+                        (x[j] == bestEndX && (deviation < bestDeviation ||
+                                              (deviation == bestDeviation && length > bestLength)));
+    if (!better) return;
+    haveBest = true;
+    bestEndX = x[j];
+    bestDeviation = deviation;
+    bestLength = length;
+    result.first = i;
+    result.last = j;
+    result.relativePressureLow = low;
+    result.relativePressureHigh = high;
+    result.cValue = c;
+    result.monolayerCapacityCm3PerGStp = qm;
+    result.slopeGPerCm3Stp = sxy / sxx;
+    result.interceptGPerCm3Stp = interceptTimesSxx / sxx;
+    result.rSquared = syy > 0.0 ? sxy * sxy / (sxx * syy) : 0.0;
+    result.monolayerRelativePressure = pm;
+    result.cRelativePressure = cPressure;
+  };
+
+  if (n > kMaxBoundaries) {
+    SearchBlocks(n, minPoints, x, y, judge, result);
+  } else {
+    for (std::size_t i = 0; i + minPoints <= n; ++i) {
+      const std::size_t firstEnd = i + minPoints - 1;
+      if (std::isnan(y[i])) {
+        result.unusable += n - firstEnd;
+        continue;
       }
-      const double dx = x[j] - meanX;
-      const double dy = y[j] - meanY;
-      meanX += dx * reciprocal[j - i + 1];
-      meanY += dy * reciprocal[j - i + 1];
-      sxx += dx * (x[j] - meanX);
-      sxy += dx * (y[j] - meanY);
-      syy += dy * (y[j] - meanY);
-      low = std::min(low, x[j]);
-      high = std::max(high, x[j]);
-      if (j < firstEnd) continue;
-
-      const bool increasing = badSteps[j] == badSteps[i];
-      // Slope + intercept and the intercept, both times sxx: C and Qm then cost one
-      // division each instead of a chain of three, which is most of a window's time.
-      const double sumTimesSxx = sxy * (1.0 - meanX) + meanY * sxx;
-      const double interceptTimesSxx = meanY * sxx - sxy * meanX;
-      // Without spread in x there is no line, and none of the fit criteria can hold.
-      const bool line = sxx > 0.0;
-      const bool positiveC = line && interceptTimesSxx > 0.0 && sumTimesSxx > 0.0;
-      const double c = sumTimesSxx / interceptTimesSxx;
-      const double qm = sxx / sumTimesSxx;
-      const double pm = line ? reader.At(qm, crossingHint) : kNaN;
-      const bool inRange = pm >= low && pm <= high;
-      // |1/u - pm| <= tol pm with u = sqrt C + 1, multiplied out by u pm > 0.
-      const double u = line && c > 0.0 ? std::sqrt(c) + 1.0 : kNaN;
-      const bool agrees = u * pm * (1.0 - tolerance) <= 1.0 && u * pm * (1.0 + tolerance) >= 1.0;
-      const bool r2Ok = line && (syy > 0.0 ? sxy * sxy >= minR2 * (sxx * syy) : minR2 <= 0.0);
-
-      result.failedRSquared += !r2Ok;
-      result.failedIncreasing += !increasing;
-      result.failedPositiveC += !positiveC;
-      result.failedMonolayerInRange += !inRange;
-      result.failedMonolayerAgreement += !agrees;
-      if (!(r2Ok && increasing && positiveC && inRange && agrees)) continue;
-      ++result.windowsPassed;
-
-      const double cPressure = 1.0 / u;
-      const double deviation = std::fabs(cPressure - pm) / pm;
-
-      const std::size_t length = j - i + 1;
-      const bool better =
-          !haveBest || x[j] > bestEndX ||
-          (x[j] == bestEndX &&
-           (deviation < bestDeviation || (deviation == bestDeviation && length > bestLength)));
-      if (!better) continue;
-      haveBest = true;
-      bestEndX = x[j];
-      bestDeviation = deviation;
-      bestLength = length;
-      result.first = i;
-      result.last = j;
-      result.relativePressureLow = low;
-      result.relativePressureHigh = high;
-      result.cValue = c;
-      result.monolayerCapacityCm3PerGStp = qm;
-      result.slopeGPerCm3Stp = sxy / sxx;
-      result.interceptGPerCm3Stp = interceptTimesSxx / sxx;
-      result.rSquared = syy > 0.0 ? sxy * sxy / (sxx * syy) : 0.0;
-      result.monolayerRelativePressure = pm;
-      result.cRelativePressure = cPressure;
+      // Welford's updates keep the sums centred on the running means; raw sums of squares
+      // lose their digits to cancellation whenever a window's spread is small next to its
+      // mean.
+      double meanX = 0.0, meanY = 0.0, sxx = 0.0, sxy = 0.0, syy = 0.0;
+      double low = x[i], high = x[i];
+      std::size_t crossingHint = 0;
+      for (std::size_t j = i; j < n; ++j) {
+        if (std::isnan(y[j])) {
+          result.unusable += n - std::max(j, firstEnd);
+          break;
+        }
+        const double dx = x[j] - meanX;
+        const double dy = y[j] - meanY;
+        meanX += dx * reciprocal[j - i + 1];
+        meanY += dy * reciprocal[j - i + 1];
+        sxx += dx * (x[j] - meanX);
+        sxy += dx * (y[j] - meanY);
+        syy += dy * (y[j] - meanY);
+        low = std::min(low, x[j]);
+        high = std::max(high, x[j]);
+        if (j < firstEnd) continue;
+        judge(i, j, meanX, meanY, sxx, sxy, syy, low, high, crossingHint);
+      }
     }
   }
   result.found = haveBest;

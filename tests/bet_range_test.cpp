@@ -258,3 +258,32 @@ TEST(BetRange, UnusablePointsAreSkippedWhereTheyStand) {
 }
 
 }  // namespace
+
+// Past 2,000 points the search judges windows of whole blocks, so its cost is bounded; on a
+// dense model isotherm it still finds the knee a sparse one gives.
+TEST(BetRange, DenseIsothermsSearchWholeBlocksAndStillFindTheKnee) {
+  auto model = [](int n) {
+    std::pair<std::vector<double>, std::vector<double>> xq;
+    const double c = 110.0, qm = 85.0;
+    for (int i = 0; i < n; ++i) {
+      const double x = 0.001 + 0.949 * i / (n - 1);
+      xq.first.push_back(x);
+      xq.second.push_back(c * qm * x / ((1 - x) * (1 + (c - 1) * x)));
+    }
+    return xq;
+  };
+  const auto sparse = model(150);
+  const auto dense = model(20000);
+  const fiofla::BetRangeResult a =
+      fiofla::FindBetRange(sparse.first.data(), sparse.second.data(), sparse.first.size());
+  const fiofla::BetRangeResult b =
+      fiofla::FindBetRange(dense.first.data(), dense.second.data(), dense.first.size());
+  ASSERT_TRUE(a.found);
+  ASSERT_TRUE(b.found);
+  // 2,000 blocks of 10 points: about 2 million windows, not the 200 million of every pair.
+  EXPECT_LE(b.windowsSearched, 2001u * 2000u / 2u);
+  EXPECT_EQ((b.first % 10), 0u);
+  EXPECT_EQ((b.last + 1) % 10, 0u);
+  EXPECT_NEAR(b.cValue, 110.0, 1.0);
+  EXPECT_NEAR(b.relativePressureHigh, a.relativePressureHigh, 0.02);
+}

@@ -15,10 +15,14 @@
 // knee of the isotherm); among them the smallest relative deviation in criterion 4,
 // then the most points, then the earliest first point.
 //
-// Cost: O(n^2) time for n points, with O(1) work per window (running centred sums, prefix
-// counts of falling steps, and a search from the previous window's answer over running
-// extremes of q, O(log n) at worst, for criterion 3); O(n) memory in two allocations per
-// call. A 150-point isotherm (10,011 windows of >= 10 points) takes about 0.15 ms.
+// Cost: O(n^2) time for n <= 2,000 points, with O(1) work per window (running centred sums,
+// prefix counts of falling steps, and a search from the previous window's answer over
+// running extremes of q, O(log n) at worst, for criterion 3); O(n) memory. A 150-point
+// isotherm (10,011 windows of >= 10 points) takes about 0.15 ms. Past 2,000 points the
+// cost is bounded: the points are cut into 2,000 equal blocks of consecutive points (the
+// last may be shorter), and only windows of whole blocks are judged, their sums joined
+// from the blocks' centred sums (Chan et al. 1979), so about 2 million windows and
+// O(n + 2,000^2) time whatever n is (BENCHMARKS.md: 10^6 points).
 //
 // A point that cannot enter a BET fit (P/Po <= 0 or >= 1, q <= 0, a value not finite, or
 // a BET transform that overflows) is not an error: it keeps its index, every window
