@@ -396,6 +396,15 @@ TEST(ToolPores, TPlotAndBjhReportTheLibraryResults) {
   const auto bad = RunTool({"tplot", kExample, "--thickness", "user:" + dir + "/bad.csv"});
   EXPECT_EQ(bad.code, 1);
   EXPECT_NE(bad.err.find("bad.csv:2: relative pressures must rise"), std::string::npos) << bad.err;
+  // No hidden limits: a folder and an endless file say what they are.
+  const auto folder = RunTool({"tplot", kExample, "--thickness", "user:" + dir});
+  EXPECT_EQ(folder.code, 1);
+  EXPECT_NE(folder.err.find("is it a directory?"), std::string::npos) << folder.err;
+  const auto endless = RunTool({"tplot", kExample, "--thickness", "user:/dev/zero"});
+  EXPECT_EQ(endless.code, 1);
+  EXPECT_NE(endless.err.find("larger than 1 MB"), std::string::npos) << endless.err;
+  EXPECT_NE(RunTool({"simulate", "--points", "0.1:0.9:20000"}).err.find("from 2 to 10000"),
+            std::string::npos);
   EXPECT_EQ(RunTool({"bjh", kExample, "--method", "fancy"}).code, 2);
   EXPECT_EQ(RunTool({"tplot", kExample, "--t-range", "5:3"}).code, 2);
   EXPECT_EQ(RunTool({"bjh", kExample, "--diameter-range", "5000:6000"}).code, 3);

@@ -1,10 +1,14 @@
 #include "pore_options.h"
 
+#include <cerrno>
+#include <cstring>
 #include <fstream>
+#include <sstream>
 #include <tuple>
 #include <vector>
 
 #include "cli_common.h"
+#include "fiofla/io/file_util.h"
 
 namespace fiofla::cli {
 namespace {
@@ -16,9 +20,24 @@ std::string Trim(const std::string& s) {
 }
 
 // Reads "relative pressure, thickness" rows; '#' comments and one header line are allowed.
+// A thickness curve is a short table; 1 MB is thousands of rows more than any needs.
+constexpr std::size_t kMaxCurveBytes = std::size_t(1) << 20;
+
 void LoadUserCurve(const std::string& path, CThicknessFunction& curve) {
-  std::ifstream in(path);
-  if (!in) throw InputError(path + ": cannot open the thickness curve");
+  std::string text;
+  switch (ReadFileLimited(path, kMaxCurveBytes, &text)) {
+    case FileReadStatus::kOk:
+      break;
+    case FileReadStatus::kNotOpened:
+      throw InputError(path + ": cannot open the thickness curve: " + std::strerror(errno));
+    case FileReadStatus::kNotRead:
+      throw InputError(path + ": cannot read the thickness curve (is it a directory?)");
+    case FileReadStatus::kTooLarge:
+      throw InputError(path +
+                       ": the thickness curve is larger than 1 MB; it is a table of "
+                       "relative pressure and thickness");
+  }
+  std::istringstream in(text);
   std::vector<double> p, t;
   std::string line;
   std::size_t lineNo = 0;

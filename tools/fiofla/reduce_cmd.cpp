@@ -212,7 +212,8 @@ void AddReduceCommands(CLI::App& app, Commands& commands) {
       "cm3/g STP (default bet:c=120,qm=95,n=8)",
       [s](const std::string& v) { s->plan.model = ParseModel(v); });
   Opt(cmd, "--points", "LO:HI:N",
-      "N adsorption points evenly from P/Po LO to HI (default 0.01:0.95:30)",
+      "N adsorption points evenly from P/Po LO to HI, N from 2 to 10000 (default\n"
+      "0.01:0.95:30)",
       [s](const std::string& v) {
         const auto a = v.find(':'), b = v.find(':', a == std::string::npos ? a : a + 1);
         // NaN for a missing part fails every comparison below.
@@ -222,16 +223,19 @@ void AddReduceCommands(CLI::App& app, Commands& commands) {
             b == std::string::npos ? nan : ToDouble(v.substr(a + 1, b - a - 1)).value_or(nan);
         const double n = b == std::string::npos ? nan : ToDouble(v.substr(b + 1)).value_or(nan);
         if (!(l > 0.0 && l < h && h < 1.0 && n >= 2 && n <= 10000 && n == std::floor(n)))
-          throw UsageError{"--points '" + v + "' must be LO:HI:N with 0 < LO < HI < 1, 2 <= N"};
+          throw UsageError{"--points '" + v +
+                           "' must be LO:HI:N with 0 < LO < HI < 1 and N a whole number from 2 "
+                           "to 10000"};
         s->lo = l;
         s->hi = h;
         s->count = std::size_t(n);
       });
-  Opt(cmd, "--desorption", "N", "then N desorption points evenly from HI back to LO (default 0)",
+  Opt(cmd, "--desorption", "N",
+      "then N desorption points evenly from HI back to LO, at most 10000 (default 0)",
       [s](const std::string& v) {
         const auto n = ToDouble(v);
         if (!n || *n < 0 || *n > 10000 || *n != std::floor(*n))
-          throw UsageError{"--desorption '" + v + "' must be a whole number of points"};
+          throw UsageError{"--desorption '" + v + "' must be a whole number from 0 to 10000"};
         s->desorption = std::size_t(*n);
       });
   Opt(cmd, "--mass", "G", "sample mass, g (default 0.1)",
