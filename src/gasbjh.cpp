@@ -100,11 +100,20 @@ bool CBJHCalc::PrepIsotherm(std::vector<double>& P, std::vector<double>& Q) {
   const std::vector<double> givenP = P, givenQ = Q;
   for (double& p : P) LimitRelPress(p);
   if (m_UseAdsorption) InvertAdsPoints(P, Q);
+  const std::vector<double> walkP = P, walkQ = Q;
   std::vector<std::size_t> dropped;
   PrepDesPoints(P, Q, &dropped);
   for (std::size_t i : dropped) {
-    const std::size_t k = m_UseAdsorption ? n - 1 - i : i;
-    m_Dropped.push_back({k, givenP[k], givenQ[k]});
+    // Position in the branch as given of the walk's point i.
+    auto given = [&](std::size_t w) { return m_UseAdsorption ? n - 1 - w : w; };
+    const std::size_t k = given(i);
+    const bool pFalls = walkP[i] < walkP[i - 1], qFalls = walkQ[i] < walkQ[i - 1];
+    EDropReason reason = eNeitherFalling;
+    if (pFalls && !qFalls)
+      reason = eQuantityNotFalling;
+    else if (!pFalls && qFalls)
+      reason = givenP[k] < givenP[given(i - 1)] ? eRelPressAboveLimit : eRelPressNotFalling;
+    m_Dropped.push_back({k, givenP[k], givenQ[k], reason});
   }
   std::sort(m_Dropped.begin(), m_Dropped.end(),
             [](const SDroppedPoint& a, const SDroppedPoint& b) { return a.index < b.index; });
@@ -216,7 +225,7 @@ void CBJHCalc::VariantA(CThicknessFunction const& t) {
     volume = F * Q[i];
     const double vp =
         R * R * (dV - dt * 1e-8 * (area - kTwoPi * (davg / 2.0 - rk) * 1e-8 * length));
-    if (!(vp > 0.0)) m_EmptySteps.push_back({P[i - 1], P[i], vp});
+    if (!(vp > 0.0)) AddEmptyStep(P[i - 1], P[i], vp, false, t);
     const double a = vp > 0.0 ? 4.0 * vp / (davg * 1e-8) : 0.0;
     const double l = a / (davg * kPi * 1e-8);
     m_AvgDiameters[i - 1] = davg;
@@ -243,7 +252,7 @@ void CBJHCalc::VariantC(CThicknessFunction const& t) {
                                XSectAreaCapl(2.0 * (m_AvgDiameters[k] / 2.0 - tj)));
     const double dV = (Q[j] - Q[i]) * F - freed;
     if (dV < 0.0) {  // the film alone explains this step: try the next point
-      m_EmptySteps.push_back({P[j], P[i], dV});
+      AddEmptyStep(P[j], P[i], dV, true, t);
       continue;
     }
     m_Diameters[count + 1] = 2.0 * (KelvinRad(P[i]) + ti);
@@ -281,7 +290,7 @@ void CBJHCalc::VariantB(CThicknessFunction const& t) {
     const bool open = !last && (count == 0 ? dV > 0.0 : freed < dV);
     if (!open) {
       if (count > 0 && !last) {
-        m_EmptySteps.push_back({P[i], P[i + 1], dV - freed});
+        AddEmptyStep(P[i], P[i + 1], dV - freed, true, t);
         // The film alone explains the step: the thinning follows from the volume freed.
         double a = 0.0;
         for (std::size_t k = 0; k < count; ++k) a += kPiE12 * m_AvgDiameters[k] * m_Lengths[k];
@@ -303,6 +312,13 @@ void CBJHCalc::VariantB(CThicknessFunction const& t) {
     ++count;
   }
   m_NumIntervals = count;
+}
+
+void CBJHCalc::AddEmptyStep(double pHigh, double pLow, double volume, bool merged,
+                            CThicknessFunction const& t) {
+  const double dHigh = 2.0 * (KelvinRad(pHigh) + t.EvalAt(pHigh));
+  const double dLow = 2.0 * (KelvinRad(pLow) + t.EvalAt(pLow));
+  m_EmptySteps.push_back({pHigh, pLow, dHigh, dLow, volume, merged});
 }
 
 void CBJHCalc::Select(CNumVector<double>& out, std::vector<double> const& v,
@@ -389,29 +405,55 @@ std::string FirstFew(const std::vector<std::string>& items, std::size_t shown = 
 
 }  // namespace
 
-std::vector<std::string> BjhNotes(CBJHCalc const& calc) {
+std::string BjhDropReasonText(CBJHCalc const& calc, CBJHCalc::SDroppedPoint const& point) {
+  // An adsorption branch is walked backwards: a point is held against the one after it.
+  const std::string other = calc.IsAdsorption() ? " the point after" : " the point before";
+  switch (point.reason) {
+    case CBJHCalc::eRelPressNotFalling:
+      return "P/Po not below" + other;
+    case CBJHCalc::eQuantityNotFalling:
+      return "quantity adsorbed not below" + other;
+    case CBJHCalc::eRelPressAboveLimit:
+      return "P/Po above 0.9998 like" + other + ", both taken as 0.9998";
+    default:
+      return "neither P/Po nor quantity adsorbed below" + other;
+  }
+}
+
+std::string BjhEmptyStepText(CBJHCalc::SEmptyStep const& step) {
+  return step.merged ? "no pores counted; the next interval reaches over the step"
+                     : "counted as an interval without pores";
+}
+
+std::vector<std::string> BjhNotes(CBJHCalc const& calc, BjhWording const& wording) {
+  auto name = [&wording](std::size_t k) {
+    return wording.pointName ? wording.pointName(k) : "point " + std::to_string(k + 1);
+  };
   std::vector<std::string> notes;
   const auto& dropped = calc.GetDroppedPoints();
   if (!dropped.empty()) {
     std::vector<std::string> items;
-    for (const auto& d : dropped)
-      items.push_back("point " + std::to_string(d.index + 1) + " (P/Po " + Num(d.relPress) + ", " +
-                      Num(d.qtyAdsorbed) + " cm3/g STP)");
-    notes.push_back(std::to_string(dropped.size()) +
-                    (dropped.size() == 1 ? " point was" : " points were") +
-                    " left out because P/Po or the quantity adsorbed did not fall below the "
-                    "point before, as the walk from high to low pressure needs: " +
-                    FirstFew(items));
+    for (const auto& d : dropped) items.push_back(name(d.index));
+    notes.push_back(
+        std::to_string(dropped.size()) +
+        (dropped.size() == 1 ? " point of the branch was" : " points of the branch were") +
+        " left out, as the walk from high to low pressure needs each point below the "
+        "one before it in P/Po and quantity adsorbed: " +
+        FirstFew(items));
   }
   const auto& empty = calc.GetEmptySteps();
   if (!empty.empty()) {
     std::vector<std::string> items;
     for (const auto& e : empty)
       items.push_back("P/Po " + Num(e.relPressHigh) + " to " + Num(e.relPressLow));
-    notes.push_back(std::to_string(empty.size()) + (empty.size() == 1 ? " step" : " steps") +
-                    " freed no more liquid than the thinning film accounts for, so " +
-                    (empty.size() == 1 ? "it counts" : "they count") +
-                    " no pores: " + FirstFew(items));
+    const bool merged = empty.front().merged;
+    notes.push_back(
+        std::to_string(empty.size()) + (empty.size() == 1 ? " step" : " steps") +
+        " freed no more liquid than the thinning film accounts for, so " +
+        (empty.size() == 1 ? "it counts" : "they count") + " no pores (" +
+        (merged ? "the next interval reaches over " + std::string(empty.size() == 1 ? "it" : "them")
+                : std::string("the negative volume is taken as zero")) +
+        "): " + FirstFew(items));
   }
   if (calc.GetStatus() != CBJHCalc::STATUS_OK) return notes;
   const double below = calc.GetVolumeBelowRange(), above = calc.GetVolumeAboveRange();
@@ -422,18 +464,40 @@ std::vector<std::string> BjhNotes(CBJHCalc const& calc) {
                     " cm3/g in smaller pores, " + Num(above, "%.4f") + " cm3/g in larger (" +
                     Num(100.0 * (below + above) / total, "%.1f") +
                     " % of the volume of all intervals)");
-  const int edge = calc.GetPeakAtEdge();
-  if (edge != 0) {
-    const bool small = edge < 0;
-    const double beyond = small ? below : above;
-    notes.push_back(
-        std::string("The distribution's peak lies in its ") + (small ? "smallest" : "largest") +
-        "-diameter interval, at the " + (small ? "lower" : "upper") + " bound of the range (" +
-        Num(small ? calc.GetMinDiameter() : calc.GetMaxDiameter()) + " Å)" +
-        (beyond > 0.0 ? ", and " + Num(beyond, "%.4f") + " cm3/g lies beyond it" : std::string()) +
-        ": the main pores may be outside the range; widen the diameter range");
-  }
   return notes;
+}
+
+std::vector<std::string> BjhWarnings(CBJHCalc const& calc, BjhWording const& wording) {
+  std::vector<std::string> warnings;
+  const int edge = calc.GetPeakAtEdge();
+  if (edge == 0) return warnings;
+  const bool small = edge < 0;
+  CNumVector<double> d;
+  calc.GetPoreDiameters(d);
+  const std::size_t k = small ? d.size() - 2 : 0;  // the edge interval, d[k] to d[k + 1]
+  std::string text = std::string("The distribution's peak (largest dV/dD) lies in its ") +
+                     (small ? "smallest" : "largest") + "-diameter interval (" + Num(d[k], "%.1f") +
+                     " to " + Num(d[k + 1], "%.1f") +
+                     " Å): the main pores may lie outside what it shows; ";
+  const double beyond = small ? calc.GetVolumeBelowRange() : calc.GetVolumeAboveRange();
+  const double bound = small ? calc.GetMinDiameter() : calc.GetMaxDiameter();
+  if (beyond > 0.0) {
+    text += Num(beyond, "%.4f") + " cm3/g lies " + (small ? "below" : "above") + " the range's " +
+            (small ? "lower" : "upper") + " bound of " + Num(bound) + " Å, so widen the range" +
+            (wording.rangeSetting.empty()
+                 ? std::string()
+                 : " with " + wording.rangeSetting + " (now " + Num(calc.GetMinDiameter()) + ":" +
+                       Num(calc.GetMaxDiameter()) + ")");
+  } else {
+    // Nothing was cut: only points further along the branch could show those pores.
+    text += std::string("no pore volume lies ") + (small ? "below" : "above") +
+            " the range, so widening it" +
+            (wording.rangeSetting.empty() ? std::string() : " (" + wording.rangeSetting + ")") +
+            " adds nothing; points at " + (small ? "lower" : "higher") +
+            " pressure would be needed to show them";
+  }
+  warnings.push_back(text);
+  return warnings;
 }
 
 }  // namespace fiofla

@@ -1,7 +1,12 @@
 #include "fiofla/report_pores.h"
 
+#include <cctype>
 #include <cmath>
+#include <cstdio>
 #include <string>
+
+#include "fiofla/report/report_text.h"
+#include "fiofla/units/formatter.h"
 
 namespace fiofla {
 namespace {
@@ -29,6 +34,47 @@ CRSGraphCurveData* Line(CReportGraphData* graph, CStr const& name, int index) {
   curve->SetInterpolation(1);
   curve->SetPenColor(NRSGraphCurveData::ColorPalette(index));
   return curve;
+}
+
+// Fixed decimals without a unit, for the interval table; read-only, so shared by threads.
+const CQuantityFormatter kTwoDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 2),
+                                      CNumericFormat());
+const CQuantityFormatter kFourDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 4),
+                                       CNumericFormat());
+const CQuantityFormatter kFiveDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 5),
+                                       CNumericFormat());
+const CQuantityFormatter kSixDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 6),
+                                      CNumericFormat());
+
+std::string Num(double x, const char* format = "%.4g") {
+  char text[40];
+  std::snprintf(text, sizeof text, format, x);
+  return text;
+}
+
+// Every point and step the BJH walk left out, one line each, below the intervals.
+CReportDataItemBase* AddBjhLeftOut(CBJHCalc const& calc, BjhWording const& wording,
+                                   CReportPageData* page, CReportDataItemBase* below) {
+  const auto& dropped = calc.GetDroppedPoints();
+  const auto& empty = calc.GetEmptySteps();
+  if (dropped.empty() && empty.empty()) return below;
+  CReportOptionsTable* table =
+      page->AddOptionsTable(CStr("BJH Points and Steps Left Out"), kLayoutLeft, kLayoutRight);
+  table->SetLayoutBottom(below);
+  for (const auto& d : dropped) {
+    std::string name =
+        wording.pointName ? wording.pointName(d.index) : "point " + std::to_string(d.index + 1);
+    name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
+    table->AddItem(CStr(name + ":"),
+                   CStr("P/Po " + Num(d.relPress, "%.6g") + ", " + Num(d.qtyAdsorbed, "%.6g") +
+                        " cm³/g STP; left out: " + BjhDropReasonText(calc, d)));
+  }
+  for (const auto& e : empty)
+    table->AddItem(CStr("P/Po " + Num(e.relPressHigh) + " to " + Num(e.relPressLow) + ":"),
+                   CStr(Num(e.diameterHigh, "%.1f") + " to " + Num(e.diameterLow, "%.1f") +
+                        " Å, volume left for new pores " + Num(e.volume, "%.4g") + " cm³/g; " +
+                        BjhEmptyStepText(e)));
+  return table;
 }
 
 }  // namespace
@@ -81,7 +127,8 @@ CReportDataItemBase* AddTPlotSection(CTPlotCalc const& calc, CStr const& curveNa
 }
 
 CReportDataItemBase* AddBjhSection(CBJHCalc const& calc, CStr const& description,
-                                   CReportPageData* page, CReportDataItemBase* below) {
+                                   CReportPageData* page, CReportDataItemBase* below,
+                                   BjhWording const& wording) {
   if (page == nullptr || calc.GetStatus() != CBJHCalc::STATUS_OK) return below;
   CNumVector<double> d, avg, vol, cum, logPlain, logSmooth, area, cumArea;
   calc.GetPoreDiameters(d);
@@ -105,10 +152,17 @@ CReportDataItemBase* AddBjhSection(CBJHCalc const& calc, CStr const& description
   table->AddNumericLine(CStr("Total pore volume:"), calc.GetTotalPoreVolume(), 6, "cm³/g");
   table->AddNumericLine(CStr("Total pore area:"), calc.GetTotalPoreArea(), 4, "m²/g");
   table->AddNumericLine(CStr("Intervals:"), double(m), 0, "");
-  table->AddNumericLine(CStr("Volume in smaller pores:"), calc.GetVolumeBelowRange(), 6, "cm³/g");
-  table->AddNumericLine(CStr("Volume in larger pores:"), calc.GetVolumeAboveRange(), 6, "cm³/g");
-  // What the calculation left out or found doubtful, in words, on the page itself.
-  for (const std::string& note : BjhNotes(calc)) table->AddItem(CStr("Note:"), CStr(note));
+  table->AddNumericLine(CStr("Pore volume below " + Num(calc.GetMinDiameter()) + " Å:"),
+                        calc.GetVolumeBelowRange(), 6, "cm³/g");
+  table->AddNumericLine(CStr("Pore volume above " + Num(calc.GetMaxDiameter()) + " Å:"),
+                        calc.GetVolumeAboveRange(), 6, "cm³/g");
+  const std::vector<std::string> warnings = BjhWarnings(calc, wording);
+  if (warnings.empty())
+    table->AddValidation(CStr("Peak position:"), ReportText(kTextCheckPassed), CStr());
+  for (const std::string& warning : warnings)
+    table->AddValidation(CStr("Peak position:"), CStr(warning), CStr());
+  // What the calculation left out, in words, on the page itself; the lines follow the table.
+  for (const std::string& note : BjhNotes(calc, wording)) table->AddItem(CStr("Note:"), CStr(note));
 
   CRSGraphAxisData::SSetup logX;
   logX.logarithmic = true;
@@ -148,11 +202,18 @@ CReportDataItemBase* AddBjhSection(CBJHCalc const& calc, CStr const& description
                           "Cum. area (m²/g)"};
   const CNumVector<double>* columns[] = {&upper, &lower,    &avg,  &vol,
                                          &cum,   &logPlain, &area, &cumArea};
+  // The decimals of `fiofla bjh`: six significant digits made every column wider than the page
+  // has room for once eight stand side by side.
+  static const CQuantityFormatter* const formats[] = {&kTwoDecimals,  &kTwoDecimals, &kTwoDecimals,
+                                                      &kSixDecimals,  &kSixDecimals, &kFiveDecimals,
+                                                      &kFourDecimals, &kFourDecimals};
   for (int c = 0; c < 8; ++c) {
     intervals->SetColumnTitle(c, CStr(titles[c]));
+    intervals->SetColumnWidth(c, 60);
+    intervals->SetColumnFormatter(c, formats[c]);
     intervals->SetColumnData(c, *columns[c]);
   }
-  return intervals;
+  return AddBjhLeftOut(calc, wording, page, intervals);
 }
 
 }  // namespace fiofla

@@ -224,62 +224,199 @@ TEST(BJHCalculation, FilmWideningKeepsItsRelations) {
   }
 }
 
-// What the walk leaves out is kept: points that do not fall, steps without pores, the
-// volume outside the diameter range, a peak at the range's edge.
-TEST(BJHCalculation, WhatIsLeftOutIsAccountedFor) {
+// Every point the walk cannot use is named with its reason, in the order of the branch as
+// given whichever way it runs; leaving one out is the same as never having measured it.
+TEST(BJHLeftOut, DroppedPointsCarryTheirReason) {
   CThicknessFunction hj(CThicknessFunction::eHarkinsJura);
-  CBJHCalc::SInput in = SinglePoreBranch(&hj, 40.0, 0.5);
-  // A point that rises on desorption, then the walk goes on below it.
-  in.m_RelPress[30] = in.m_RelPress[29] + 0.001;
-  in.m_QtyAdsorbed[30] = in.m_QtyAdsorbed[29] + 1.0;
+  const CBJHCalc::SInput clean = SinglePoreBranch(&hj, 40.0, 0.5);
+  CBJHCalc::SInput in = clean;
+  std::vector<double>& P = in.m_RelPress;
+  std::vector<double>& Q = in.m_QtyAdsorbed;
+  P[30] = P[29] + 0.001;  // pressure rises, quantity falls
+  Q[30] = (Q[29] + Q[30]) / 2.0;
+  P[60] = (P[59] + P[60]) / 2.0;  // quantity rises, pressure falls
+  Q[60] = Q[59] + 1.0;
+  P[90] = P[89] + 0.001;  // both rise
+  Q[90] = Q[89] + 1.0;
+  // Two points above the 0.9998 cap: the second falls as given, not once capped.
+  P.insert(P.begin(), {0.99995, 0.9999});
+  Q.insert(Q.begin(), {Q[0] + 2.0, Q[0] + 1.0});
   const CBJHCalc desorption(in);
   ASSERT_EQ(desorption.GetStatus(), CBJHCalc::STATUS_OK);
-  ASSERT_EQ(desorption.GetDroppedPoints().size(), 1u);
-  EXPECT_EQ(desorption.GetDroppedPoints()[0].index, 30u);
-  EXPECT_EQ(desorption.GetDroppedPoints()[0].relPress, in.m_RelPress[30]);
-  EXPECT_EQ(desorption.GetPeakAtEdge(), 0);
-  const auto notes = fiofla::BjhNotes(desorption);
-  ASSERT_FALSE(notes.empty());
-  EXPECT_NE(notes[0].find("1 point was left out"), std::string::npos) << notes[0];
-  EXPECT_NE(notes[0].find("point 31 (P/Po"), std::string::npos) << notes[0];
+  const std::vector<std::size_t> index{1, 32, 62, 92};
+  const std::vector<CBJHCalc::EDropReason> reason{
+      CBJHCalc::eRelPressAboveLimit, CBJHCalc::eRelPressNotFalling, CBJHCalc::eQuantityNotFalling,
+      CBJHCalc::eNeitherFalling};
+  const auto& dropped = desorption.GetDroppedPoints();
+  ASSERT_EQ(dropped.size(), index.size());
+  for (std::size_t k = 0; k < index.size(); ++k) {
+    EXPECT_EQ(dropped[k].index, index[k]);
+    EXPECT_EQ(dropped[k].reason, reason[k]);
+    EXPECT_EQ(dropped[k].relPress, P[index[k]]);  // as given, not capped
+    EXPECT_EQ(dropped[k].qtyAdsorbed, Q[index[k]]);
+  }
+  EXPECT_EQ(fiofla::BjhDropReasonText(desorption, dropped[2]),
+            "quantity adsorbed not below the point before");
 
-  // The same branch given as an adsorption branch (ascending) names the same point.
+  // Without the dropped points the walk is the same.
+  CBJHCalc::SInput without = clean;
+  for (std::size_t k : {90, 60, 30}) {
+    without.m_RelPress.erase(without.m_RelPress.begin() + k);
+    without.m_QtyAdsorbed.erase(without.m_QtyAdsorbed.begin() + k);
+  }
+  without.m_RelPress.insert(without.m_RelPress.begin(), 0.99995);
+  without.m_QtyAdsorbed.insert(without.m_QtyAdsorbed.begin(), Q[0]);
+  const CBJHCalc reference(without);
+  EXPECT_EQ(desorption.GetTotalPoreVolume(), reference.GetTotalPoreVolume());
+  EXPECT_EQ(desorption.GetNumIntervals(), reference.GetNumIntervals());
+
+  // Given ascending as an adsorption branch: the same points, counted from the other end,
+  // held against the point after them.
   CBJHCalc::SInput ascending = in;
   std::reverse(ascending.m_RelPress.begin(), ascending.m_RelPress.end());
   std::reverse(ascending.m_QtyAdsorbed.begin(), ascending.m_QtyAdsorbed.end());
   ascending.m_UseAdsorption = true;
   const CBJHCalc adsorption(ascending);
-  ASSERT_EQ(adsorption.GetDroppedPoints().size(), 1u);
-  EXPECT_EQ(adsorption.GetDroppedPoints()[0].index, in.m_RelPress.size() - 1 - 30);
+  const auto& reversed = adsorption.GetDroppedPoints();
+  ASSERT_EQ(reversed.size(), index.size());
+  for (std::size_t k = 0; k < index.size(); ++k) {
+    const auto& d = reversed[index.size() - 1 - k];
+    EXPECT_EQ(d.index, P.size() - 1 - index[k]);
+    EXPECT_EQ(d.reason, reason[k]);
+  }
+  EXPECT_EQ(fiofla::BjhDropReasonText(adsorption, reversed[1]),
+            "quantity adsorbed not below the point after");
+  EXPECT_EQ(adsorption.GetTotalPoreVolume(), desorption.GetTotalPoreVolume());
 
-  // Inside plus outside the range is the volume of every interval.
-  in = SinglePoreBranch(&hj, 40.0, 0.5);
-  in.m_MinDiameter = 0.0;
-  in.m_MaxDiameter = 1e9;
-  const CBJHCalc all(in);
-  ASSERT_EQ(all.GetStatus(), CBJHCalc::STATUS_OK);
-  EXPECT_EQ(all.GetVolumeBelowRange(), 0.0);
-  EXPECT_EQ(all.GetVolumeAboveRange(), 0.0);
-  in.m_MinDiameter = 30.0;
-  in.m_MaxDiameter = 60.0;
-  const CBJHCalc window(in);
-  ASSERT_EQ(window.GetStatus(), CBJHCalc::STATUS_OK);
-  EXPECT_GT(window.GetVolumeBelowRange(), 0.0);
-  EXPECT_GT(window.GetVolumeAboveRange(), 0.0);
-  EXPECT_REL_CLOSE(
-      window.GetVolumeBelowRange() + window.GetTotalPoreVolume() + window.GetVolumeAboveRange(),
-      all.GetTotalPoreVolume(), 1e-12);
+  // The notes name every point the way the caller asks.
+  fiofla::BjhWording wording;
+  wording.pointName = [](std::size_t k) { return "row " + std::to_string(k + 10); };
+  const auto notes = fiofla::BjhNotes(desorption, wording);
+  ASSERT_FALSE(notes.empty());
+  EXPECT_EQ(notes[0].rfind("4 points of the branch were left out", 0), 0u) << notes[0];
+  for (std::size_t k : index)
+    EXPECT_NE(notes[0].find("row " + std::to_string(k + 10)), std::string::npos) << notes[0];
+}
 
-  // A lower bound above the pores: the peak is cut, and the notes say so.
-  in.m_MinDiameter = 43.0;
-  in.m_MaxDiameter = 3000.0;
-  const CBJHCalc cut(in);
+// A step that frees less liquid than the film thins off the pores already found has a
+// negative increment: variant A keeps it as an interval without pores, B and C let the next
+// interval reach over it. Each variant records the step with its volume and diameters.
+TEST(BJHLeftOut, NegativeIncrementsAreRecorded) {
+  CThicknessFunction hj(CThicknessFunction::eHarkinsJura);
+  CBJHCalc::SInput in = SinglePoreBranch(&hj, 40.0, 0.5);
+  // Well below the pores' emptying (P/Po about 0.54) only films thin; this step frees a
+  // tenth of what they give up.
+  const std::size_t k = 70;
+  const double pHigh = in.m_RelPress[k - 1], pLow = in.m_RelPress[k];
+  in.m_QtyAdsorbed[k] =
+      in.m_QtyAdsorbed[k - 1] - 0.1 * (in.m_QtyAdsorbed[k - 1] - in.m_QtyAdsorbed[k]);
+  for (int variant = 0; variant < 3; ++variant) {
+    SCOPED_TRACE(variant);
+    CBJHCalc::SInput v = in;
+    v.m_UseCorrection = variant > 0;
+    v.m_Method = variant == 1 ? 2 : 0;  // 1: film widening (B), 2: corrected (C)
+    const CBJHCalc calc(v);
+    ASSERT_EQ(calc.GetStatus(), CBJHCalc::STATUS_OK);
+    const auto& steps = calc.GetEmptySteps();
+    const auto step = std::find_if(steps.begin(), steps.end(),
+                                   [&](const auto& e) { return e.relPressLow == pLow; });
+    ASSERT_NE(step, steps.end());
+    EXPECT_LT(step->volume, 0.0);
+    EXPECT_EQ(step->merged, variant > 0);
+    EXPECT_REL_CLOSE(step->diameterLow, 2.0 * (calc.KelvinRad(pLow) + hj.EvalAt(pLow)), 1e-12);
+    EXPECT_GT(step->diameterHigh, step->diameterLow);
+    for (const auto& e : steps) EXPECT_LE(e.volume, 0.0);
+    CNumVector<double> boundaries, vol;
+    calc.GetPoreRelativePressures(boundaries);
+    calc.GetIncrementalVolume(vol);
+    const auto at = std::find(boundaries.begin(), boundaries.end(), pLow);
+    if (variant == 0) {
+      // The interval from pHigh to pLow is there, with no volume.
+      ASSERT_NE(at, boundaries.end());
+      const std::size_t interval = static_cast<std::size_t>(at - boundaries.begin()) - 1;
+      EXPECT_EQ(boundaries[interval], pHigh);
+      EXPECT_EQ(vol[interval], 0.0);
+      EXPECT_NE(fiofla::BjhEmptyStepText(*step).find("without pores"), std::string::npos);
+    } else {
+      EXPECT_EQ(at, boundaries.end());  // no boundary where the step ends
+      EXPECT_NE(fiofla::BjhEmptyStepText(*step).find("reaches over"), std::string::npos);
+    }
+    for (double x : vol) EXPECT_GE(x, 0.0);
+  }
+}
+
+// The volume outside the diameter range is the rest of the volume of all intervals.
+TEST(BJHLeftOut, VolumeOutsideTheRangeAddsUp) {
+  CThicknessFunction hj(CThicknessFunction::eHarkinsJura);
+  for (int variant = 0; variant < 3; ++variant) {
+    SCOPED_TRACE(variant);
+    CBJHCalc::SInput in = SinglePoreBranch(&hj, 40.0, 0.5);
+    in.m_UseCorrection = variant > 0;
+    in.m_Method = variant == 1 ? 2 : 0;
+    in.m_MinDiameter = 0.0;
+    in.m_MaxDiameter = 1e9;
+    const CBJHCalc all(in);
+    ASSERT_EQ(all.GetStatus(), CBJHCalc::STATUS_OK);
+    EXPECT_EQ(all.GetVolumeBelowRange(), 0.0);
+    EXPECT_EQ(all.GetVolumeAboveRange(), 0.0);
+    in.m_MinDiameter = 30.0;
+    in.m_MaxDiameter = 60.0;
+    const CBJHCalc window(in);
+    ASSERT_EQ(window.GetStatus(), CBJHCalc::STATUS_OK);
+    EXPECT_GT(window.GetVolumeBelowRange(), 0.0);
+    EXPECT_GT(window.GetVolumeAboveRange(), 0.0);
+    EXPECT_REL_CLOSE(
+        window.GetVolumeBelowRange() + window.GetTotalPoreVolume() + window.GetVolumeAboveRange(),
+        all.GetTotalPoreVolume(), 1e-12);
+  }
+}
+
+// Desorption branch of a microporous solid: a Langmuir-like uptake that is nearly complete by
+// P/Po 0.05, with a film on 30 m2/g of mesopore and external surface.
+CBJHCalc::SInput MicroporousBranch(CThicknessFunction* t) {
+  CBJHCalc::SInput in;
+  in.m_pThickness = t;
+  for (int i = 0; i < 60; ++i) {
+    const double p = 0.98 * std::pow(0.005 / 0.98, i / 59.0);  // 0.98 down to 0.005
+    const double micro = 180.0 * 300.0 * p / (1.0 + 300.0 * p);
+    in.m_RelPress.push_back(p);
+    in.m_QtyAdsorbed.push_back(micro + 30.0 * t->EvalAt(p) * 1e-4 / kDensity);
+  }
+  return in;
+}
+
+// The peak in the first or last interval is warned about; a peak inside is not.
+TEST(BJHLeftOut, PeakAtTheRangesEdgeIsWarned) {
+  CThicknessFunction hj(CThicknessFunction::eHarkinsJura);
+  fiofla::BjhWording wording;
+  wording.rangeSetting = "--diameter-range";
+  auto warned = [&](const CBJHCalc& calc, const char* text) {
+    const auto warnings = fiofla::BjhWarnings(calc, wording);
+    return warnings.size() == 1 && warnings[0].find(text) != std::string::npos;
+  };
+
+  // Micropores under the default 17 Å cut: the cut takes volume and the peak sits at it.
+  const CBJHCalc micro(MicroporousBranch(&hj));
+  ASSERT_EQ(micro.GetStatus(), CBJHCalc::STATUS_OK);
+  EXPECT_EQ(micro.GetPeakAtEdge(), -1);
+  EXPECT_GT(micro.GetVolumeBelowRange(), 0.0);
+  EXPECT_TRUE(warned(micro, "smallest-diameter interval"));
+  EXPECT_TRUE(warned(micro, "widen the range with --diameter-range (now 17:3000)"));
+
+  // Mesopores of 40 Å inside the range: no warning, also with the default cut.
+  CBJHCalc::SInput meso = SinglePoreBranch(&hj, 40.0, 0.5);
+  meso.m_MinDiameter = 17.0;
+  const CBJHCalc inside(meso);
+  EXPECT_EQ(inside.GetPeakAtEdge(), 0);
+  EXPECT_TRUE(fiofla::BjhWarnings(inside, wording).empty());
+
+  // An upper bound just above the pores: their interval is the largest one kept.
+  meso.m_MaxDiameter = 40.0;
+  const CBJHCalc cut(meso);
   ASSERT_EQ(cut.GetStatus(), CBJHCalc::STATUS_OK);
-  EXPECT_EQ(cut.GetPeakAtEdge(), -1);
-  bool warned = false;
-  for (const auto& n : fiofla::BjhNotes(cut))
-    warned = warned || n.find("peak lies in its smallest-diameter interval") != std::string::npos;
-  EXPECT_TRUE(warned);
+  EXPECT_EQ(cut.GetPeakAtEdge(), 1);
+  EXPECT_TRUE(warned(cut, "largest-diameter interval"));
+  EXPECT_TRUE(warned(cut, "above the range's upper bound of 40 Å"));
 }
 
 // No hidden limit: a branch of 70,000 points is walked whole.

@@ -426,6 +426,24 @@ TEST(ToolPores, BjhSaysWhatItLeftOut) {
     EXPECT_FALSE(doc->HasParseError()) << run.out << run.err;
     return doc;
   };
+  auto mentions = [](const rapidjson::Value& list, const std::string& text) {
+    for (const auto& item : list.GetArray())
+      if (std::string(item.GetString()).find(text) != std::string::npos) return true;
+    return false;
+  };
+  // The example: no warning; its film steps below P/Po 0.3 open no pores, each listed.
+  const auto plain = json(RunTool({"bjh", kExample, "--json"}));
+  EXPECT_EQ((*plain)["warnings"].Size(), 0u);
+  EXPECT_EQ((*plain)["points_dropped"].Size(), 0u);
+  const auto& steps = (*plain)["steps_without_pores"];
+  ASSERT_GT(steps.Size(), 0u);
+  for (const auto& step : steps.GetArray()) {
+    EXPECT_LE(step["volume_cm3_per_g"].GetDouble(), 0.0);
+    EXPECT_GT(step["diameter_from_angstrom"].GetDouble(), step["diameter_to_angstrom"].GetDouble());
+    EXPECT_STREQ(step["reason"].GetString(), "counted as an interval without pores");
+  }
+  EXPECT_EQ(RunTool({"bjh", kExample}).out.find("Warnings:"), std::string::npos);
+
   const auto all = json(RunTool({"bjh", kExample, "--json", "--diameter-range", "1:100000"}));
   const auto cut = json(RunTool({"bjh", kExample, "--json", "--diameter-range", "60:3000"}));
   const double below = (*cut)["volume_below_range_cm3_per_g"].GetDouble();
@@ -433,18 +451,13 @@ TEST(ToolPores, BjhSaysWhatItLeftOut) {
   EXPECT_NEAR(below + (*cut)["total_pore_volume_cm3_per_g"].GetDouble() +
                   (*cut)["volume_above_range_cm3_per_g"].GetDouble(),
               (*all)["total_pore_volume_cm3_per_g"].GetDouble(), 1e-12);
-  // The example's film steps below P/Po 0.3 open no pores; each is listed.
-  ASSERT_TRUE(cut->HasMember("steps_without_pores"));
-  for (const auto& step : (*cut)["steps_without_pores"].GetArray())
-    EXPECT_LE(step["volume_cm3_per_g"].GetDouble(), 0.0);
   // The main pores (about 55 Å) lie below 60 Å: the peak is at the lower edge.
-  bool warned = false;
-  for (const auto& note : (*cut)["notes"].GetArray())
-    warned = warned ||
-             std::string(note.GetString()).find("smallest-diameter interval") != std::string::npos;
-  EXPECT_TRUE(warned);
+  EXPECT_TRUE(mentions((*cut)["warnings"], "smallest-diameter interval"));
+  EXPECT_TRUE(mentions((*cut)["warnings"], "--diameter-range (now 60:3000)"));
+  const auto cutText = RunTool({"bjh", kExample, "--diameter-range", "60:3000"}).out;
+  EXPECT_NE(cutText.find("Warnings:\n    The distribution's peak"), std::string::npos) << cutText;
 
-  // A rising desorption point is named in text and JSON.
+  // A rising desorption point is named by the file's point and line, with its reason.
   fiofla::IsothermData iso = fiofla::ReadIsothermFile(kExample);
   std::size_t k = iso.size() - 5;
   ASSERT_EQ(iso.branch[k], fiofla::Branch::kDesorption);
@@ -452,23 +465,37 @@ TEST(ToolPores, BjhSaysWhatItLeftOut) {
   iso.quantityAdsorbedCm3PerGStp[k] = iso.quantityAdsorbedCm3PerGStp[k - 1] + 1.0;
   const std::string rising = TempPath("rising.csv");
   std::ofstream(rising) << fiofla::FormatIsothermCsv(iso);
+  const std::size_t line = fiofla::ReadIsothermFile(rising).sourceLine[k];
   const auto text = RunTool({"bjh", rising});
   EXPECT_EQ(text.code, 0) << text.err;
-  EXPECT_NE(text.out.find("Points left out"), std::string::npos) << text.out;
-  EXPECT_NE(text.out.find("1 point was left out"), std::string::npos) << text.out;
+  EXPECT_NE(text.out.find("Points BJH cannot use:\n    line " + std::to_string(line) + ": P/Po "),
+            std::string::npos)
+      << text.out;
+  EXPECT_NE(text.out.find("1 point of the branch was left out"), std::string::npos) << text.out;
   const auto dropped = json(RunTool({"bjh", rising, "--json"}));
   ASSERT_EQ((*dropped)["points_dropped"].Size(), 1u);
-  std::remove(rising.c_str());
+  const auto& point = (*dropped)["points_dropped"][0];
+  EXPECT_EQ(point["point"].GetInt64(), static_cast<long long>(k + 1));
+  EXPECT_EQ(point["line"].GetInt64(), static_cast<long long>(line));
+  EXPECT_STREQ(point["reason"].GetString(),
+               "neither P/Po nor quantity adsorbed below the point before");
 
+  // The report: volume outside, peak check, what was left out, a table as wide as the page.
   const std::string html = TempPath("bjh-report.html");
-  ASSERT_EQ(RunTool({"report", kExample, "-o", html}).code, 0);
+  ASSERT_EQ(RunTool({"report", rising, "-o", html}).code, 0);
   const std::string page = ReadFile(html);
   const auto table = page.find("<h2>BJH Pore Intervals</h2>");
   ASSERT_NE(table, std::string::npos);
   EXPECT_NE(page.rfind("width:100%\">", table), std::string::npos);
   EXPECT_NE(page.find(".std{width:100%"), std::string::npos);
-  EXPECT_NE(page.find("Volume in smaller pores:"), std::string::npos);
+  EXPECT_NE(page.find("Pore volume below 17 Å:"), std::string::npos);
+  EXPECT_NE(page.find("Peak position:</th><td colspan=\"2\">Passed"), std::string::npos);
+  const auto leftOut = page.find("<h2>BJH Points and Steps Left Out</h2>", table);
+  ASSERT_NE(leftOut, std::string::npos);
+  EXPECT_NE(page.find("Line " + std::to_string(line) + ":", leftOut), std::string::npos);
+  EXPECT_NE(page.find("counted as an interval without pores", leftOut), std::string::npos);
   std::remove(html.c_str());
+  std::remove(rising.c_str());
 }
 
 }  // namespace

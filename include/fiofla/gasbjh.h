@@ -31,11 +31,12 @@
 //   counts no pores for them, B and C merge them into the next interval), the pore volume
 //   of intervals outside the diameter range (GetVolumeBelowRange, GetVolumeAboveRange) and
 //   a peak in an edge interval (GetPeakAtEdge) are kept for the caller to report;
-//   fiofla::BjhNotes says them in words.
+//   fiofla::BjhNotes and fiofla::BjhWarnings say them in words.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -92,18 +93,31 @@ class CBJHCalc {
   /// Not calculated.
   static constexpr int STATUS_NOT_CALCULATED = 8;
 
-  /// A point of the branch the preparation left out: a desorption walk needs every point
-  /// below its predecessor in both P/Po and quantity adsorbed.
+  /// Why a point was left out: the walk from high to low pressure needs each point below
+  /// the one it walked from in both P/Po and quantity adsorbed.
+  enum EDropReason {
+    eRelPressNotFalling = 0,  ///< P/Po not below, the quantity is
+    eQuantityNotFalling = 1,  ///< quantity not below, P/Po is
+    eNeitherFalling = 2,      ///< neither below
+    eRelPressAboveLimit = 3,  ///< P/Po falls as given but both lie above 0.9998, the cap
+  };
+  /// A point of the branch the preparation left out.
   struct SDroppedPoint {
     std::size_t index;   ///< 0-based position in the branch as given
     double relPress;     ///< P/Po, as given
     double qtyAdsorbed;  ///< cm3/g STP
+    EDropReason reason;  ///< against its neighbour in walk order (the point after it, for an
+                         ///< adsorption branch)
   };
   /// A step of the walk that opened no pores because the film thinning on the pores already
   /// found explains all the liquid it freed.
   struct SEmptyStep {
     double relPressHigh, relPressLow;  ///< the step's end pressures
+    double diameterHigh, diameterLow;  ///< pores emptying at them, 2 (r_K + t), Å
     double volume;                     ///< volume left for new pores, cm3/g (not positive)
+    /// False: variant A keeps the step as an interval without pores (its volume zeroed);
+    /// true: B and C open no interval, and the next one reaches back over the step.
+    bool merged;
   };
 
   /// Empty, not calculated (status 8).
@@ -153,6 +167,8 @@ class CBJHCalc {
   /// above the upper bound of the diameter range, cm3/g; 0 unless status 0.
   double GetVolumeBelowRange() const { return m_VolumeBelow; }
   double GetVolumeAboveRange() const { return m_VolumeAbove; }
+  /// True when the branch was given as an adsorption branch (ascending pressure).
+  bool IsAdsorption() const { return m_UseAdsorption; }
   /// The diameter range asked for, Å.
   double GetMinDiameter() const { return m_MinDiameter; }
   double GetMaxDiameter() const { return m_MaxDiameter; }
@@ -192,6 +208,8 @@ class CBJHCalc {
   void VariantB(CThicknessFunction const& t);
   void VariantC(CThicknessFunction const& t);
   void Select(CNumVector<double>& out, std::vector<double> const& v, std::size_t extra) const;
+  void AddEmptyStep(double pHigh, double pLow, double volume, bool merged,
+                    CThicknessFunction const& t);
 
   int m_Method = 0;
   bool m_UseCorrection = false;
@@ -224,9 +242,25 @@ class CBJHCalc {
 
 namespace fiofla {
 
-/// What the calculation left out or found doubtful, one sentence each: dropped points,
-/// steps without pores, the pore volume outside the diameter range, a peak at the range's
-/// edge. Empty when there is nothing to say (or no result).
-std::vector<std::string> BjhNotes(CBJHCalc const& calc);
+/// How BjhNotes and BjhWarnings name what lies outside the calculation.
+struct BjhWording {
+  /// Names the point at a 0-based position of the branch as given ("line 41"); unset: "point
+  /// k of the branch".
+  std::function<std::string(std::size_t)> pointName;
+  /// Where the diameter range is set ("--diameter-range"); empty: said in words only.
+  std::string rangeSetting;
+};
+
+/// Why a point was left out, as a clause ("P/Po not below the point before").
+std::string BjhDropReasonText(CBJHCalc const& calc, CBJHCalc::SDroppedPoint const& point);
+/// What became of a step without pores, as a clause ("counted as an interval without pores").
+std::string BjhEmptyStepText(CBJHCalc::SEmptyStep const& step);
+
+/// What the calculation left out, one sentence each: dropped points, steps without pores,
+/// the pore volume outside the diameter range. Empty when there is nothing to say.
+std::vector<std::string> BjhNotes(CBJHCalc const& calc, BjhWording const& wording = {});
+/// What makes the distribution doubtful: its peak in the first or last interval of the
+/// range, where the range may cut off the main pores. Empty without a result.
+std::vector<std::string> BjhWarnings(CBJHCalc const& calc, BjhWording const& wording = {});
 
 }  // namespace fiofla

@@ -175,7 +175,7 @@ int Bjh(const PoreOptions& o, Streams& io) {
                          {"cumulative_area_m2_per_g", "cum A", 11, Dec(4)}});
   for (std::size_t k = 0; k < avg.size(); ++k)
     t.Row({d[k], d[k + 1], avg[k], vol[k], at(cumVol, k), at(logVol, k), area[k], at(cumArea, k)});
-  AddBjhAccounting(r, bjh);
+  AddBjhAccounting(r, run, iso);
   r.Print(io.out, o.json);
   return kExitOk;
 }

@@ -90,14 +90,15 @@ void CheckThicknessName(const std::string& name) {
                    "' is not halsey, harkins-jura, carbon, bdb, kjs or user:FILE"};
 }
 
-// Points of one branch, in measured order.
+// Points of one branch, in measured order; their indices in `iso` go to `index` when given.
 void BranchPoints(const IsothermData& iso, bool adsorption, std::vector<double>& p,
-                  std::vector<double>& q) {
+                  std::vector<double>& q, std::vector<std::size_t>* index = nullptr) {
   const Branch want = adsorption ? Branch::kAdsorption : Branch::kDesorption;
   for (std::size_t i = 0; i < iso.size(); ++i)
     if (iso.branch[i] == want) {
       p.push_back(iso.relativePressure[i]);
       q.push_back(iso.quantityAdsorbedCm3PerGStp[i]);
+      if (index != nullptr) index->push_back(i);
     }
 }
 
@@ -219,13 +220,14 @@ BjhRun RunBjhOn(const IsothermData& iso, const PoreSettings& s) {
   run.thickness = MakeThickness(s.ThicknessName());
   CBJHCalc::SInput in;
   bool adsorption = s.adsorption.value_or(false);
-  BranchPoints(iso, adsorption, in.m_RelPress, in.m_QtyAdsorbed);
+  BranchPoints(iso, adsorption, in.m_RelPress, in.m_QtyAdsorbed, &run.isoIndex);
   if (!s.adsorption && in.m_RelPress.size() < 2) {
     // An isotherm without a desorption branch still has an adsorption distribution.
     adsorption = true;
     in.m_RelPress.clear();
     in.m_QtyAdsorbed.clear();
-    BranchPoints(iso, true, in.m_RelPress, in.m_QtyAdsorbed);
+    run.isoIndex.clear();
+    BranchPoints(iso, true, in.m_RelPress, in.m_QtyAdsorbed, &run.isoIndex);
   }
   in.m_pThickness = run.thickness.get();
   in.m_UseAdsorption = adsorption;
@@ -282,29 +284,57 @@ const char* BjhStatusText(int status) {
   }
 }
 
-void AddBjhAccounting(Result& r, const CBJHCalc& bjh) {
-  const auto& dropped = bjh.GetDroppedPoints();
-  if (!dropped.empty()) {
-    Table& t = r.AddTable("points_dropped", "Points left out (not below the point before)",
-                          {{"index", "point", 8, Dec(0)},
-                           {"relative_pressure", "P/Po", 12, Sig(6)},
-                           {"quantity_cm3_per_g_stp", "Q (cm3/g STP)", 14, Sig(6)},
-                           {"reason", "", 0, {}}});
-    for (const auto& d : dropped)
-      t.Row({static_cast<long long>(d.index + 1), d.relPress, d.qtyAdsorbed,
-             std::string("P/Po or quantity not below the point before")});
+BjhWording BjhRun::Wording(const IsothermData& iso) const {
+  BjhWording w;
+  w.pointName = [this, &iso](std::size_t k) {
+    return k < isoIndex.size() ? iso.PointName(isoIndex[k]) : "point " + std::to_string(k + 1);
+  };
+  w.rangeSetting = "--diameter-range";
+  return w;
+}
+
+void AddBjhAccounting(Result& r, const BjhRun& run, const IsothermData& iso) {
+  const CBJHCalc& bjh = *run.calc;
+  const BjhWording wording = run.Wording(iso);
+  // As `bet` lists its points: the file's point and line in JSON, the point's name in text.
+  Table& dropped = r.AddTable("points_dropped", "",
+                              {{"point", "", 0, {}},
+                               {"line", "", 0, {}},
+                               {"relative_pressure", "", 0, {}},
+                               {"quantity_cm3_per_g_stp", "", 0, {}},
+                               {"reason", "", 0, {}}});
+  std::vector<std::string> droppedLines;
+  for (const auto& d : bjh.GetDroppedPoints()) {
+    const std::size_t i = d.index < run.isoIndex.size() ? run.isoIndex[d.index] : d.index;
+    Value line;  // left out of JSON when the format has no lines
+    if (i < iso.sourceLine.size() && iso.sourceLine[i] > 0)
+      line = static_cast<long long>(iso.sourceLine[i]);
+    const std::string reason = BjhDropReasonText(bjh, d);
+    dropped.Row({static_cast<long long>(i + 1), line, d.relPress, d.qtyAdsorbed, reason});
+    droppedLines.push_back(wording.pointName(d.index) + ": P/Po " +
+                           FormatNumber(d.relPress, Sig(6)) + ", " +
+                           FormatNumber(d.qtyAdsorbed, Sig(6)) + " cm3/g STP, " + reason);
   }
+  if (!droppedLines.empty()) r.Text("").List("", "Points BJH cannot use:", droppedLines);
+
   const auto& empty = bjh.GetEmptySteps();
-  if (!empty.empty()) {
-    Table& t =
-        r.AddTable("steps_without_pores", "Steps the thinning film explains (no pores counted)",
-                   {{"relative_pressure_from", "P/Po from", 12, Sig(6)},
-                    {"relative_pressure_to", "P/Po to", 12, Sig(6)},
-                    {"volume_cm3_per_g", "V (cm3/g)", 13, Sig(4)}});
-    for (const auto& e : empty) t.Row({e.relPressHigh, e.relPressLow, e.volume});
-  }
-  const std::vector<std::string> notes = fiofla::BjhNotes(bjh);
-  if (!notes.empty()) r.List("notes", "Notes", notes);
+  Table& steps =
+      r.AddTable("steps_without_pores", empty.empty() ? "" : "Steps the thinning film explains",
+                 {{"relative_pressure_from", "P/Po from", 11, Sig(4)},
+                  {"relative_pressure_to", "P/Po to", 11, Sig(4)},
+                  {"diameter_from_angstrom", "D from (Å)", 11, Dec(2)},
+                  {"diameter_to_angstrom", "D to (Å)", 11, Dec(2)},
+                  {"volume_cm3_per_g", "V (cm3/g)", 12, Sig(4)},
+                  {"reason", "what became of it", 0, {}}});
+  for (const auto& e : empty)
+    steps.Row({e.relPressHigh, e.relPressLow, e.diameterHigh, e.diameterLow, e.volume,
+               BjhEmptyStepText(e)});
+
+  const std::vector<std::string> notes = BjhNotes(bjh, wording);
+  const std::vector<std::string> warnings = BjhWarnings(bjh, wording);
+  r.List("notes", "", notes).List("warnings", "", warnings);
+  if (!notes.empty()) r.Text("").List("", "Notes:", notes);
+  if (!warnings.empty()) r.Text("").List("", "Warnings:", warnings);
 }
 
 }  // namespace fiofla::cli

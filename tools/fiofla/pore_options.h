@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "app.h"
 #include "fiofla/gasbjh.h"
@@ -60,6 +61,11 @@ struct BjhRun {
   std::unique_ptr<CBJHCalc> calc;
   bool adsorption = false;
   std::size_t points = 0;
+  /// Index in `iso` of each point of the branch, so that results name the file's points.
+  std::vector<std::size_t> isoIndex;
+
+  /// How BJH notes name points ("line 41") and the diameter range (--diameter-range).
+  BjhWording Wording(const IsothermData& iso) const;
 };
 BjhRun RunBjhOn(const IsothermData& iso, const PoreSettings& s);
 
@@ -68,8 +74,8 @@ const char* TPlotStatusText(int status);
 /// A BJH status in words.
 const char* BjhStatusText(int status);
 
-/// Adds to a BJH result what the calculation left out (points, steps without pores) as
-/// tables, and BjhNotes as a list of notes.
-void AddBjhAccounting(Result& r, const CBJHCalc& bjh);
+/// Adds to a BJH result what the calculation left out (points, steps without pores) as JSON
+/// arrays and text sections, BjhNotes as notes and BjhWarnings as warnings.
+void AddBjhAccounting(Result& r, const BjhRun& run, const IsothermData& iso);
 
 }  // namespace fiofla::cli

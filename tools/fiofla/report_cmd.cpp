@@ -224,7 +224,7 @@ void AddPorePages(const IsothermData& iso, const BetRun& run, const ReportOption
                              " branch, " + opt.pore.method + " method, " +
                              ThicknessCurveTitle(curve) + " thickness curve, Kelvin constant " +
                              Num(opt.pore.kelvinAngstrom) + " Å";
-    AddBjhSection(*bjh.calc, CStr(what), pages.back().get(), nullptr);
+    AddBjhSection(*bjh.calc, CStr(what), pages.back().get(), nullptr, bjh.Wording(iso));
   }
 }
 
