@@ -9,6 +9,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "test_util.h"
 
@@ -247,4 +248,43 @@ TEST(ShippedGasTables, HighPressureStatesUseTheHighPressureTable) {
   EXPECT_EQ(fiofla::PickTableFor(cache, "Kr", {{hundredAtm, 298.15}}, &high, &usedHigh),
             cache.GetGas(CStr("krypton")));
   EXPECT_FALSE(usedHigh);
+}
+
+// Every name isotherm files and users give a gas finds its shipped table through the cache,
+// and "<name>_hp" its high-pressure table exactly where one is built.
+TEST(ShippedGasTables, EveryNameOfAGasFindsItsTable) {
+  ::unsetenv("FIOFLA_GAS_DIR");
+  CGasCompressibilityCache cache;
+  const std::map<std::string, std::vector<std::string>> names = {
+      {"nitrogen", {"N2", "nitrogen", "NITROGEN", " n2 "}},
+      {"argon", {"Ar", "argon", "AR"}},
+      {"carbon_dioxide", {"CO2", "carbon dioxide", "carbon_dioxide", "Carbon Dioxide", "co2"}},
+      {"hydrogen", {"H2", "hydrogen"}},
+      {"methane", {"CH4", "Methane"}},
+      {"krypton", {"Kr", "krypton"}},
+      {"oxygen", {"O2", "oxygen"}},
+      {"nitrogen_hp", {"N2_hp", "nitrogen_hp", "Nitrogen HP"}},
+      {"carbon_dioxide_hp", {"CO2_hp", "carbon dioxide_hp"}}};
+  for (const auto& [table, aliases] : names)
+    for (const std::string& alias : aliases) {
+      SCOPED_TRACE(alias);
+      const CGasCompressibilityTable* found = cache.GetGas(CStr(alias));
+      ASSERT_NE(found, nullptr);
+      EXPECT_EQ(cache.GetSlotName(0), CStr(table));
+      EXPECT_TRUE(found->GetReadError().empty());
+    }
+  EXPECT_EQ(cache.GetGas(CStr("Xe")), nullptr);
+  EXPECT_EQ(cache.GetGas(CStr("Kr_hp")), nullptr);
+
+  // The resolver's list of high-pressure tables is the builder's.
+  const auto recipes = fiofla::StandardGasRecipes();
+  auto built = [&](const std::string& name) {
+    return std::any_of(recipes.begin(), recipes.end(),
+                       [&](const GasTableRecipe& r) { return r.name == name; });
+  };
+  for (const GasTableRecipe& r : recipes) {
+    EXPECT_EQ(fiofla::GasTableName(r.name), r.name);
+    const std::string high = r.name + fiofla::kHighPressureSuffix;
+    EXPECT_EQ(fiofla::GasTableName(high), built(high) ? high : "") << high;
+  }
 }

@@ -333,7 +333,8 @@ namespace fiofla {
 
 /// File stem of the shipped table of a gas named as files and users name it ("N2",
 /// "nitrogen", "Ar", "CO2", "carbon dioxide", "H2", "CH4", "Kr", "O2"; letter case, blanks,
-/// '_' and '-' ignored): "nitrogen", "carbon_dioxide", ...; empty when none is shipped.
+/// '_' and '-' ignored): "nitrogen", "carbon_dioxide", ...; such a name followed by "_hp"
+/// gives the high-pressure table's ("N2_hp": "nitrogen_hp"); empty when none is shipped.
 std::string GasTableName(const std::string& name);
 
 /// Suffix of the high-pressure tables' file stems ("nitrogen_hp").

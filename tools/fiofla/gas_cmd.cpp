@@ -404,8 +404,11 @@ int Build(const GasOptions& opt, std::ostream& out, std::ostream& err) {
   if (!opt.names.empty()) {
     std::vector<GasTableRecipe> chosen;
     for (const std::string& name : opt.names) {
+      // Recipes carry the tables' names; "N2" and "CO2_hp" are taken as elsewhere.
+      const std::string stem = GasTableName(name);
+      const std::string& wanted = stem.empty() ? name : stem;
       auto it = std::find_if(recipes.begin(), recipes.end(),
-                             [&](const GasTableRecipe& r) { return r.name == name; });
+                             [&](const GasTableRecipe& r) { return r.name == wanted; });
       if (it == recipes.end()) {
         std::string known;
         for (const auto& r : recipes) known += (known.empty() ? "" : ", ") + r.name;
