@@ -221,8 +221,18 @@ TEST(ShippedGasTables, HighPressureStatesUseTheHighPressureTable) {
   ASSERT_NE(cache.GetGas(CStr("carbon dioxide")), nullptr);
   EXPECT_EQ(cache.GetSlotName(0), CStr("carbon_dioxide"));
   EXPECT_FALSE(nitrogen->IsInGrid(hundredAtm, 273.15));
-  EXPECT_TRUE(nitrogen->IsInGrid(nitrogen->m_vPressures[0], 350.0));
-  EXPECT_FALSE(nitrogen->IsInGrid(100.0, 350.0 + 1e-9));
+  // Every corner is inside, and the next value beyond any edge is not.
+  const double pLow = nitrogen->m_vPressures[0];
+  const double pHigh = nitrogen->m_vPressures[nitrogen->m_vPressures.size() - 1];
+  const double tLow = nitrogen->m_vTemperatures[0];
+  const double tHigh = nitrogen->m_vTemperatures[nitrogen->m_vTemperatures.size() - 1];
+  for (double p : {pLow, pHigh})
+    for (double t : {tLow, tHigh}) EXPECT_TRUE(nitrogen->IsInGrid(p, t)) << p << " " << t;
+  EXPECT_FALSE(nitrogen->IsInGrid(std::nextafter(pLow, -1.0), 77.35));
+  EXPECT_FALSE(nitrogen->IsInGrid(std::nextafter(pHigh, 1e9), 77.35));
+  EXPECT_FALSE(nitrogen->IsInGrid(100.0, std::nextafter(tLow, 0.0)));
+  EXPECT_FALSE(nitrogen->IsInGrid(100.0, std::nextafter(tHigh, 1e9)));
+  EXPECT_FALSE(CGasCompressibilityTable().IsInGrid(0.0, 300.0));
 
   CGasCompressibilityTable high;
   bool usedHigh = false;
