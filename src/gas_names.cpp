@@ -20,18 +20,23 @@ bool AllInGrid(const CGasCompressibilityTable& table,
 std::string GasTableName(const std::string& name) {
   static const struct {
     const char* table;
-    const char* names[3];
+    const char* names[2];
+    bool highPressure;  // a "<table>_hp" file ships too
   } kGases[] = {
-      {"nitrogen", {"nitrogen", "n2", ""}}, {"argon", {"argon", "ar", ""}},
-      {"krypton", {"krypton", "kr", ""}},   {"carbon_dioxide", {"carbondioxide", "co2", ""}},
-      {"methane", {"methane", "ch4", ""}},  {"hydrogen", {"hydrogen", "h2", ""}},
-      {"oxygen", {"oxygen", "o2", ""}},
+      {"nitrogen", {"nitrogen", "n2"}, true}, {"argon", {"argon", "ar"}, true},
+      {"krypton", {"krypton", "kr"}, false},  {"carbon_dioxide", {"carbondioxide", "co2"}, true},
+      {"methane", {"methane", "ch4"}, true},  {"hydrogen", {"hydrogen", "h2"}, true},
+      {"oxygen", {"oxygen", "o2"}, false},
   };
   const std::string wanted = NameKey(name);
   if (wanted.empty()) return {};
   for (const auto& gas : kGases)
-    for (const char* n : gas.names)
-      if (*n != '\0' && wanted == n) return gas.table;
+    for (const std::string n : gas.names) {
+      if (wanted == n) return gas.table;
+      // No gas name ends in "hp", so "N2_hp" or "nitrogen HP" can only mean this table.
+      if (gas.highPressure && wanted == n + "hp")
+        return gas.table + std::string(kHighPressureSuffix);
+    }
   return {};
 }
 
@@ -44,7 +49,10 @@ const CGasCompressibilityTable* PickTableFor(CGasCompressibilityCache& cache,
   const CGasCompressibilityTable* normal = cache.GetGas(CStr(name));
   if (normal != nullptr && AllInGrid(*normal, points)) return normal;
   const std::string stem = GasTableName(name);
-  if (stem.empty() || owned == nullptr) return normal;
+  const std::string suffix = kHighPressureSuffix;
+  const bool isHigh = stem.size() > suffix.size() &&
+                      stem.compare(stem.size() - suffix.size(), suffix.size(), suffix) == 0;
+  if (stem.empty() || isHigh || owned == nullptr) return normal;
   // Read beside the cache, not into it: a load could evict a table the caller holds.
   const CStr path =
       cache.GetEffectiveDirectory() + L"/" + CStr(stem + kHighPressureSuffix) + L".fpi";

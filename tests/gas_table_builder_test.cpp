@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "test_util.h"
 
@@ -71,7 +73,7 @@ TEST(ShippedGasTables, InterpolateTheEquationOfStateBetweenNodes) {
                                                {"argon_hp", {3e-6, top}},
                                                {"hydrogen_hp", {1.5e-6, top}},
                                                {"methane_hp", {5e-6, top}},
-                                               {"carbon_dioxide_hp", {5e-4, top, true}}};
+                                               {"carbon_dioxide_hp", {1.3e-3, top, true}}};
   std::mt19937 random(20261123);
   for (const GasTableRecipe& recipe : fiofla::StandardGasRecipes()) {
     SCOPED_TRACE(recipe.name);
@@ -165,27 +167,39 @@ TEST(ShippedGasTables, SaturationCurvesMatchTheReferenceValues) {
   EXPECT_REL_CLOSE(psat * kPaPerMmHg, kreos.TriplePointPressurePa(), 1e-6);
 }
 
-// The committed files are exactly what the generator writes today.
+// The committed files are exactly what the generator writes today: a cryogenic table and
+// a high-pressure one, whose recipe is derived from the normal one's.
 TEST(ShippedGasTables, RegenerationReproducesTheCommittedFile) {
   const auto recipes = fiofla::StandardGasRecipes();
-  const GasTableRecipe& argon = recipes[1];
-  ASSERT_EQ(argon.name, "argon");
+  auto recipe = [&](const std::string& name) {
+    auto it = std::find_if(recipes.begin(), recipes.end(),
+                           [&](const GasTableRecipe& r) { return r.name == name; });
+    EXPECT_NE(it, recipes.end()) << name;
+    return it != recipes.end() ? *it : GasTableRecipe();
+  };
   fiofla::GasTableBuildReport report;
-  const CGasCompressibilityTable built =
-      fiofla::BuildGasTable(LoadEos(argon.eosFile), argon, &report);
-  const CGasCompressibilityTable shipped(CStr(fiofla::test::ShippedData("gases/argon.fpi")));
-  ExpectSameValues(built.m_vTemperatures, shipped.m_vTemperatures, "temperature");
-  ExpectSameValues(built.m_vPressures, shipped.m_vPressures, "pressure");
-  ExpectSameValues(built.m_vPsat, shipped.m_vPsat, "Psat");
-  ExpectSameValues(built.m_vLiquidMolarVolume, shipped.m_vLiquidMolarVolume, "liquid volume");
-  ASSERT_EQ(built.m_mCompressibility.rows(), shipped.m_mCompressibility.rows());
-  for (std::size_t i = 0; i < built.m_mCompressibility.rows(); ++i)
-    ExpectSameValues(built.m_mCompressibility[i], shipped.m_mCompressibility[i], "Z row");
-  EXPECT_EQ(report.unsolvedPoints, 0u);
-  EXPECT_LT(report.worstRefinedCentreError, 1e-5);
-  EXPECT_LE(report.temperatures, std::size_t(CGasCompressibilityTable::kMaxTemperatures));
+  for (const std::string name : {"argon", "hydrogen_hp"}) {
+    SCOPED_TRACE(name);
+    const GasTableRecipe r = recipe(name);
+    const CGasCompressibilityTable built = fiofla::BuildGasTable(LoadEos(r.eosFile), r, &report);
+    const CGasCompressibilityTable shipped(
+        CStr(fiofla::test::ShippedData("gases/" + name + ".fpi")));
+    ASSERT_TRUE(shipped.GetReadError().empty()) << shipped.GetReadError().c_str();
+    ExpectSameValues(built.m_vTemperatures, shipped.m_vTemperatures, "temperature");
+    ExpectSameValues(built.m_vPressures, shipped.m_vPressures, "pressure");
+    ExpectSameValues(built.m_vPsat, shipped.m_vPsat, "Psat");
+    ExpectSameValues(built.m_vLiquidMolarVolume, shipped.m_vLiquidMolarVolume, "liquid volume");
+    ASSERT_EQ(built.m_mCompressibility.rows(), shipped.m_mCompressibility.rows());
+    for (std::size_t i = 0; i < built.m_mCompressibility.rows(); ++i)
+      ExpectSameValues(built.m_mCompressibility[i], shipped.m_mCompressibility[i], "Z row");
+    EXPECT_EQ(report.unsolvedPoints, 0u);
+    EXPECT_LT(report.worstRefinedCentreError, 1e-5);
+    EXPECT_LE(report.pressures, std::size_t(CGasCompressibilityTable::kMaxPressures));
+    EXPECT_LE(report.temperatures, std::size_t(CGasCompressibilityTable::kMaxTemperatures));
+  }
 
   // A recipe that cannot be built gives an empty table, not a crash.
+  const GasTableRecipe argon = recipe("argon");
   GasTableRecipe bad = argon;
   bad.pressuresMmHg = {0.0, 10.0, 5.0};
   std::string said;
@@ -207,8 +221,18 @@ TEST(ShippedGasTables, HighPressureStatesUseTheHighPressureTable) {
   ASSERT_NE(cache.GetGas(CStr("carbon dioxide")), nullptr);
   EXPECT_EQ(cache.GetSlotName(0), CStr("carbon_dioxide"));
   EXPECT_FALSE(nitrogen->IsInGrid(hundredAtm, 273.15));
-  EXPECT_TRUE(nitrogen->IsInGrid(nitrogen->m_vPressures[0], 350.0));
-  EXPECT_FALSE(nitrogen->IsInGrid(100.0, 350.0 + 1e-9));
+  // Every corner is inside, and the next value beyond any edge is not.
+  const double pLow = nitrogen->m_vPressures[0];
+  const double pHigh = nitrogen->m_vPressures[nitrogen->m_vPressures.size() - 1];
+  const double tLow = nitrogen->m_vTemperatures[0];
+  const double tHigh = nitrogen->m_vTemperatures[nitrogen->m_vTemperatures.size() - 1];
+  for (double p : {pLow, pHigh})
+    for (double t : {tLow, tHigh}) EXPECT_TRUE(nitrogen->IsInGrid(p, t)) << p << " " << t;
+  EXPECT_FALSE(nitrogen->IsInGrid(std::nextafter(pLow, -1.0), 77.35));
+  EXPECT_FALSE(nitrogen->IsInGrid(std::nextafter(pHigh, 1e9), 77.35));
+  EXPECT_FALSE(nitrogen->IsInGrid(100.0, std::nextafter(tLow, 0.0)));
+  EXPECT_FALSE(nitrogen->IsInGrid(100.0, std::nextafter(tHigh, 1e9)));
+  EXPECT_FALSE(CGasCompressibilityTable().IsInGrid(0.0, 300.0));
 
   CGasCompressibilityTable high;
   bool usedHigh = false;
@@ -234,4 +258,43 @@ TEST(ShippedGasTables, HighPressureStatesUseTheHighPressureTable) {
   EXPECT_EQ(fiofla::PickTableFor(cache, "Kr", {{hundredAtm, 298.15}}, &high, &usedHigh),
             cache.GetGas(CStr("krypton")));
   EXPECT_FALSE(usedHigh);
+}
+
+// Every name isotherm files and users give a gas finds its shipped table through the cache,
+// and "<name>_hp" its high-pressure table exactly where one is built.
+TEST(ShippedGasTables, EveryNameOfAGasFindsItsTable) {
+  ::unsetenv("FIOFLA_GAS_DIR");
+  CGasCompressibilityCache cache;
+  const std::map<std::string, std::vector<std::string>> names = {
+      {"nitrogen", {"N2", "nitrogen", "NITROGEN", " n2 "}},
+      {"argon", {"Ar", "argon", "AR"}},
+      {"carbon_dioxide", {"CO2", "carbon dioxide", "carbon_dioxide", "Carbon Dioxide", "co2"}},
+      {"hydrogen", {"H2", "hydrogen"}},
+      {"methane", {"CH4", "Methane"}},
+      {"krypton", {"Kr", "krypton"}},
+      {"oxygen", {"O2", "oxygen"}},
+      {"nitrogen_hp", {"N2_hp", "nitrogen_hp", "Nitrogen HP"}},
+      {"carbon_dioxide_hp", {"CO2_hp", "carbon dioxide_hp"}}};
+  for (const auto& [table, aliases] : names)
+    for (const std::string& alias : aliases) {
+      SCOPED_TRACE(alias);
+      const CGasCompressibilityTable* found = cache.GetGas(CStr(alias));
+      ASSERT_NE(found, nullptr);
+      EXPECT_EQ(cache.GetSlotName(0), CStr(table));
+      EXPECT_TRUE(found->GetReadError().empty());
+    }
+  EXPECT_EQ(cache.GetGas(CStr("Xe")), nullptr);
+  EXPECT_EQ(cache.GetGas(CStr("Kr_hp")), nullptr);
+
+  // The resolver's list of high-pressure tables is the builder's.
+  const auto recipes = fiofla::StandardGasRecipes();
+  auto built = [&](const std::string& name) {
+    return std::any_of(recipes.begin(), recipes.end(),
+                       [&](const GasTableRecipe& r) { return r.name == name; });
+  };
+  for (const GasTableRecipe& r : recipes) {
+    EXPECT_EQ(fiofla::GasTableName(r.name), r.name);
+    const std::string high = r.name + fiofla::kHighPressureSuffix;
+    EXPECT_EQ(fiofla::GasTableName(high), built(high) ? high : "") << high;
+  }
 }

@@ -243,6 +243,24 @@ TEST(ToolGas, AliasesAndPointsBeyondTheGrid) {
   EXPECT_NE(far.out.find("outside the table's grid"), std::string::npos) << far.out;
   EXPECT_NE(far.out.find("extrapolated"), std::string::npos) << far.out;
   EXPECT_EQ(RunTool({"gas", "psat", "Ar", "--t", "87.3"}).code, 0);
+
+  // Every spelling answers as the table's own name does.
+  const auto co2 = RunTool({"gas", "z", "carbon_dioxide", "--p", "7600", "--t", "298.15"});
+  ASSERT_EQ(co2.code, 0) << co2.err;
+  for (const char* name : {"CO2", "carbon dioxide", "Carbon Dioxide"}) {
+    const auto alias = RunTool({"gas", "z", name, "--p", "7600", "--t", "298.15"});
+    EXPECT_EQ(alias.code, 0) << name << ": " << alias.err;
+    EXPECT_EQ(alias.out, co2.out) << name;
+  }
+  EXPECT_NE(RunTool({"gas", "show", "N2_hp"}).out.find("nitrogen_hp.fpi"), std::string::npos);
+  EXPECT_NE(RunTool({"gas", "z", "Xe", "--p", "1", "--t", "300"}).err.find("no gas table 'Xe'"),
+            std::string::npos);
+  // build takes the same names.
+  const std::string dir = ::testing::TempDir() + "fiofla-gas-build-" + std::to_string(::getpid());
+  std::filesystem::create_directories(dir);
+  EXPECT_EQ(RunTool({"gas", "build", "h2_HP", "--out-dir", dir}).code, 0);
+  EXPECT_TRUE(std::filesystem::exists(dir + "/hydrogen_hp.fpi"));
+  std::filesystem::remove_all(dir);
 }
 
 TEST(ToolGas, QueriesAgreeWithTheLibrary) {

@@ -52,10 +52,12 @@
 //
 // Grid limits. A lookup outside the grid extrapolates; IsInGrid tells callers whether
 // (P, T) lies inside, so that they can say so. The shipped tables cover 0 to 2 atm (carbon
-// dioxide 30 bar) from the triple point to 350 K; "<gas>_hp" tables (HighPressureTableName)
+// dioxide 30 bar) from the triple point to 350 K; "<gas>_hp" tables (kHighPressureSuffix)
 // cover 0 to 200 bar at 253.15 to 353.15 K for nitrogen, argon, carbon dioxide, hydrogen
-// and methane. Callers pick the high-pressure table when their points lie outside the
-// normal grid and inside its (PickTableFor); the reduction and `fiofla gas z` do.
+// and methane. GetGas keeps returning the normal table whatever is asked of it, so a table
+// a caller holds never changes under it; callers whose points lie outside the normal grid
+// ask PickTableFor, which gives the high-pressure table when that holds them all. The
+// reduction and `fiofla gas z` do.
 //
 // Threads. A table answers lookups through mutable search hints, and a cache loads and
 // evicts tables as it is asked: neither may be used from two threads at once. What a
@@ -331,7 +333,8 @@ namespace fiofla {
 
 /// File stem of the shipped table of a gas named as files and users name it ("N2",
 /// "nitrogen", "Ar", "CO2", "carbon dioxide", "H2", "CH4", "Kr", "O2"; letter case, blanks,
-/// '_' and '-' ignored): "nitrogen", "carbon_dioxide", ...; empty when none is shipped.
+/// '_' and '-' ignored): "nitrogen", "carbon_dioxide", ...; such a name followed by "_hp"
+/// gives the high-pressure table's ("N2_hp": "nitrogen_hp"); empty when none is shipped.
 std::string GasTableName(const std::string& name);
 
 /// Suffix of the high-pressure tables' file stems ("nitrogen_hp").

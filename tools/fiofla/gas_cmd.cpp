@@ -404,8 +404,11 @@ int Build(const GasOptions& opt, std::ostream& out, std::ostream& err) {
   if (!opt.names.empty()) {
     std::vector<GasTableRecipe> chosen;
     for (const std::string& name : opt.names) {
+      // Recipes carry the tables' names; "N2" and "CO2_hp" are taken as elsewhere.
+      const std::string stem = GasTableName(name);
+      const std::string& wanted = stem.empty() ? name : stem;
       auto it = std::find_if(recipes.begin(), recipes.end(),
-                             [&](const GasTableRecipe& r) { return r.name == name; });
+                             [&](const GasTableRecipe& r) { return r.name == wanted; });
       if (it == recipes.end()) {
         std::string known;
         for (const auto& r : recipes) known += (known.empty() ? "" : ", ") + r.name;
@@ -463,8 +466,8 @@ void AddGasCommand(CLI::App& app, Commands& commands) {
       "Gas tables (GAS.fpi files: compressibility factor over pressure x temperature, and the\n"
       "saturation, sublimation, surface tension and liquid volume curves). GAS is a name\n"
       "looked up in the gas directory (N2, nitrogen, CO2, 'carbon dioxide', Ar, H2, CH4, Kr,\n"
-      "O2 ...), or a path to a .fpi file. Pressures are in the unit of the table, mmHg for\n"
-      "the tables fiofla ships.\n",
+      "O2 ...; N2_hp and the like for the high-pressure tables), or a path to a .fpi file.\n"
+      "Pressures are in the unit of the table, mmHg for the tables fiofla ships.\n",
       "exit codes: 0 ok, 1 gas table missing or unreadable, 2 bad arguments,\n"
       "            3 no value (no gas phase, outside the table, above the critical point)\n");
   gas->require_subcommand(0, 1);
