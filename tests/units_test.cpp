@@ -279,12 +279,12 @@ TEST(UnitGrammar, ReadsLoadingUnitsAsWrittenInTheWild) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
-    const auto spec = fiofla::ParseLoadingUnit(c.text);
-    ASSERT_TRUE(spec.has_value());
-    EXPECT_EQ(spec->amount, c.amount);
-    EXPECT_DOUBLE_EQ(spec->amountFactor, c.amountFactor);
-    EXPECT_EQ(spec->basis, c.basis);
-    EXPECT_DOUBLE_EQ(spec->basisFactor, c.basisFactor);
+    const auto parts = fiofla::ParseLoadingUnit(c.text);
+    ASSERT_TRUE(parts.has_value());
+    EXPECT_EQ(parts->amount, c.amount);
+    EXPECT_DOUBLE_EQ(parts->amountFactor, c.amountFactor);
+    EXPECT_EQ(parts->basis, c.basis);
+    EXPECT_DOUBLE_EQ(parts->basisFactor, c.basisFactor);
   }
   for (const char* bad :
        {"", "g", "furlongs/g", "mmol", "mmol/furlong", "mmol//g", "mg liq/g", "STP", "/g"})

@@ -122,18 +122,18 @@ ResolvedLoadingUnit ResolveLoadingUnit(const std::string& text, const IsothermIn
                                        CGasCompressibilityCache* cache,
                                        const AdsorbentProperties& adsorbent,
                                        const std::string& source, const std::string& where) {
-  const auto spec = ParseLoadingUnit(text);
-  if (!spec)
+  const auto parts = ParseLoadingUnit(text);
+  if (!parts)
     Fail(source, "unknown loading unit '" + text + "'" + Where(where) + "; " + LoadingUnitHint());
   ResolvedLoadingUnit resolved{fcn_UT_GasAmountAdsorbed(), 0};
   // A standard spelling keeps its standard unit, so writers name it the usual way.
   const int standard = resolved.units.Find(CStr(text));
-  if (standard >= 0 && spec->basis == MaterialBasis::kMass) {
+  if (standard >= 0 && parts->basis == MaterialBasis::kMass) {
     resolved.index = static_cast<std::size_t>(standard);
   } else {
-    double factor = spec->amountFactor;
+    double factor = parts->amountFactor;
     int molarMassPower = 0, densityPower = 0;
-    switch (spec->amount) {
+    switch (parts->amount) {
       case AmountKind::kGasVolume:
         break;
       case AmountKind::kMoles:
@@ -149,23 +149,23 @@ ResolvedLoadingUnit ResolveLoadingUnit(const std::string& text, const IsothermIn
         densityPower = 1;
         break;
     }
-    switch (spec->basis) {
+    switch (parts->basis) {
       case MaterialBasis::kMass:
-        factor /= spec->basisFactor;
+        factor /= parts->basisFactor;
         break;
       case MaterialBasis::kVolume:
         if (!(adsorbent.densityGPerCm3 > 0.0))
           Fail(source, "loadings per volume of adsorbent ('" + text + "'" + Where(where) +
                            ") need the material's density; give it with --material-density "
                            "G/CM3");
-        factor /= spec->basisFactor * adsorbent.densityGPerCm3;
+        factor /= parts->basisFactor * adsorbent.densityGPerCm3;
         break;
       case MaterialBasis::kMolar:
         if (!(adsorbent.molarMassGPerMol > 0.0))
           Fail(source, "loadings per formula unit ('" + text + "'" + Where(where) +
                            ") need the adsorbent's molar mass; give it with "
                            "--adsorbent-molar-mass G/MOL");
-        factor /= spec->basisFactor * adsorbent.molarMassGPerMol;
+        factor /= parts->basisFactor * adsorbent.molarMassGPerMol;
         break;
     }
     std::vector<CUnitsStr> list = resolved.units.Units();

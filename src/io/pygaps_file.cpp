@@ -141,10 +141,10 @@ struct LoadingText {
   double factor = 1.0;
 };
 
-LoadingUnitSpec AmountOf(const std::string& unit, const char* key, const std::string& name) {
-  const auto spec = ParseLoadingUnit(unit + "/g");
-  if (!spec) Fail(name, std::string(key) + " '" + Shown(unit) + "' is not a unit fiofla reads");
-  return *spec;
+LoadingUnitParts AmountOf(const std::string& unit, const char* key, const std::string& name) {
+  const auto parts = ParseLoadingUnit(unit + "/g");
+  if (!parts) Fail(name, std::string(key) + " '" + Shown(unit) + "' is not a unit fiofla reads");
+  return *parts;
 }
 
 LoadingText LoadingOf(const Meta& meta, const IsothermInfo& info, const std::string& name,
@@ -191,7 +191,7 @@ LoadingText LoadingOf(const Meta& meta, const IsothermInfo& info, const std::str
     return out;
   }
 
-  const LoadingUnitSpec amount = AmountOf(unit, "loading_unit", name);
+  const LoadingUnitParts amount = AmountOf(unit, "loading_unit", name);
   const bool gasOrMoles =
       amount.amount == AmountKind::kMoles || amount.amount == AmountKind::kGasVolume;
   const bool volume =
@@ -578,8 +578,8 @@ bool PygapsLoading(const std::string& text, std::string* basis, std::string* uni
     *materialUnit = "g";
     return true;
   }
-  const auto spec = ParseLoadingUnit(text);
-  if (!spec || spec->basis != MaterialBasis::kMass) return false;
+  const auto parts = ParseLoadingUnit(text);
+  if (!parts || parts->basis != MaterialBasis::kMass) return false;
   auto pick = [](double f, std::initializer_list<std::pair<double, const char*>> names,
                  std::string* out) {
     for (const auto& n : names)
@@ -587,25 +587,25 @@ bool PygapsLoading(const std::string& text, std::string* basis, std::string* uni
     return false;
   };
   bool ok = false;
-  switch (spec->amount) {
+  switch (parts->amount) {
     case AmountKind::kGasVolume:
       *basis = "molar";
-      ok = pick(spec->amountFactor, {{1.0, "cm3(STP)"}, {1e3, "L(STP)"}}, unit);
+      ok = pick(parts->amountFactor, {{1.0, "cm3(STP)"}, {1e3, "L(STP)"}}, unit);
       break;
     case AmountKind::kMoles:
       *basis = "molar";
-      ok = pick(spec->amountFactor, {{1.0, "mmol"}, {1e3, "mol"}, {1e6, "kmol"}}, unit);
+      ok = pick(parts->amountFactor, {{1.0, "mmol"}, {1e3, "mol"}, {1e6, "kmol"}}, unit);
       break;
     case AmountKind::kMass:
       *basis = "mass";
-      ok = pick(spec->amountFactor, {{1.0, "mg"}, {1e3, "g"}, {1e6, "kg"}}, unit);
+      ok = pick(parts->amountFactor, {{1.0, "mg"}, {1e3, "g"}, {1e6, "kg"}}, unit);
       break;
     case AmountKind::kLiquidVolume:
       *basis = "volume_liquid";
-      ok = pick(spec->amountFactor, {{1.0, "cm3"}, {1e3, "L"}, {1e6, "m3"}}, unit);
+      ok = pick(parts->amountFactor, {{1.0, "cm3"}, {1e3, "L"}, {1e6, "m3"}}, unit);
       break;
   }
-  return ok && pick(spec->basisFactor, {{1.0, "g"}, {1e-3, "mg"}, {1e3, "kg"}}, materialUnit);
+  return ok && pick(parts->basisFactor, {{1.0, "g"}, {1e-3, "mg"}, {1e3, "kg"}}, materialUnit);
 }
 
 std::string JsonString(const std::string& s) {

@@ -110,7 +110,7 @@ bool SplitPer(const std::string& text, std::string* amount, std::string* basis) 
 
 }  // namespace
 
-std::optional<LoadingUnitSpec> ParseLoadingUnit(const std::string& input) {
+std::optional<LoadingUnitParts> ParseLoadingUnit(const std::string& input) {
   std::string s = input;
   // Typographic forms to plain ones: superscripts, the minus sign, the middle dot.
   ReplaceAll(s, "\xC2\xB3", "3");               // ³
@@ -137,13 +137,13 @@ std::optional<LoadingUnitSpec> ParseLoadingUnit(const std::string& input) {
   while (!t.empty() && t.back() == ' ') t.pop_back();
   if (t.empty()) return std::nullopt;
 
-  LoadingUnitSpec spec;
+  LoadingUnitParts parts;
   const std::string squeezed = Squeeze(t);
   if (squeezed == "wt%" || squeezed == "%wt" || squeezed == "wt.%") {
     // g per 100 g: 10 mg/g.
-    spec.amount = AmountKind::kMass;
-    spec.amountFactor = 10.0;
-    return spec;
+    parts.amount = AmountKind::kMass;
+    parts.amountFactor = 10.0;
+    return parts;
   }
 
   std::string amount, basis;
@@ -154,33 +154,33 @@ std::optional<LoadingUnitSpec> ParseLoadingUnit(const std::string& input) {
   if (basis.empty() || amount.empty()) return std::nullopt;
 
   if (const auto v = Lookup(kVolumes, amount)) {
-    spec.amount = liquid ? AmountKind::kLiquidVolume : AmountKind::kGasVolume;
-    spec.amountFactor = *v;
+    parts.amount = liquid ? AmountKind::kLiquidVolume : AmountKind::kGasVolume;
+    parts.amountFactor = *v;
   } else if (liquid) {
     return std::nullopt;  // only a volume can be a liquid's
   } else if (const auto n = Lookup(kMoles, amount)) {
-    spec.amount = AmountKind::kMoles;
-    spec.amountFactor = *n;
+    parts.amount = AmountKind::kMoles;
+    parts.amountFactor = *n;
   } else if (const auto m = Lookup(kMasses, amount)) {
-    spec.amount = AmountKind::kMass;
-    spec.amountFactor = *m;
+    parts.amount = AmountKind::kMass;
+    parts.amountFactor = *m;
   } else {
     return std::nullopt;
   }
 
   if (const auto m = Lookup(kMasses, basis)) {
-    spec.basis = MaterialBasis::kMass;
-    spec.basisFactor = *m / 1e3;  // table in mg; the basis unit is g
+    parts.basis = MaterialBasis::kMass;
+    parts.basisFactor = *m / 1e3;  // table in mg; the basis unit is g
   } else if (const auto v = Lookup(kVolumes, basis)) {
-    spec.basis = MaterialBasis::kVolume;
-    spec.basisFactor = *v;
+    parts.basis = MaterialBasis::kVolume;
+    parts.basisFactor = *v;
   } else if (const auto n = Lookup(kMoles, basis)) {
-    spec.basis = MaterialBasis::kMolar;
-    spec.basisFactor = *n / 1e3;  // table in mmol; the basis unit is mol
+    parts.basis = MaterialBasis::kMolar;
+    parts.basisFactor = *n / 1e3;  // table in mmol; the basis unit is mol
   } else {
     return std::nullopt;
   }
-  return spec;
+  return parts;
 }
 
 std::string LoadingUnitHint() {

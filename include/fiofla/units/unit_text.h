@@ -47,7 +47,7 @@ enum class MaterialBasis {
 
 /// A loading unit read by the grammar above: `amountFactor` base amounts (cm³, mmol, mg or
 /// cm³ liquid) per `basisFactor` base units of adsorbent (g, cm³ or mol).
-struct LoadingUnitSpec {
+struct LoadingUnitParts {
   AmountKind amount = AmountKind::kGasVolume;
   double amountFactor = 1.0;
   MaterialBasis basis = MaterialBasis::kMass;
@@ -55,7 +55,7 @@ struct LoadingUnitSpec {
 };
 
 /// The loading unit `text` names; nothing when it does not follow the grammar.
-std::optional<LoadingUnitSpec> ParseLoadingUnit(const std::string& text);
+std::optional<LoadingUnitParts> ParseLoadingUnit(const std::string& text);
 
 /// Why `text` is not a loading unit, with what would be: for messages.
 std::string LoadingUnitHint();
