@@ -69,6 +69,7 @@ bench: build
 	$(BUILD)/bench/gas_bench
 	$(BUILD)/bench/pore_bench
 	$(BUILD)/bench/io_bench
+	$(BUILD)/bench/num_bench
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) build-fuzz

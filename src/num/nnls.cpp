@@ -1,0 +1,210 @@
+#include "fiofla/num/nnls.h"
+
+#include <Eigen/Dense>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+using MatrixRM = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
+
+}  // namespace
+
+CNumNNLS::CNumNNLS(CNumMatrix<double> const& A, CNumVector<double> const& b) {
+  SetProblem(A, b);
+}
+
+void CNumNNLS::SetProblem(CNumMatrix<double> const& A, CNumVector<double> const& b) {
+  const std::size_t m = A.rows(), n = A.cols();
+  const bool keep = m_options.warmStart && n == m_cols && m_free.size() == n;
+  m_rows = m;
+  m_cols = n;
+  m_valid = b.size() == m && n > 0 && m > 0;
+  m_a.assign(m * n, 0.0);
+  m_b.assign(m, 0.0);
+  for (std::size_t i = 0; i < m && m_valid; ++i) {
+    m_b[i] = b[i];
+    m_valid = m_valid && std::isfinite(b[i]);
+    for (std::size_t j = 0; j < n; ++j) {
+      m_a[i * n + j] = A(i, j);
+      m_valid = m_valid && std::isfinite(A(i, j));
+    }
+  }
+  m_ata.assign(n * n, 0.0);
+  m_atb.assign(n, 0.0);
+  if (m_valid) {
+    const Eigen::Map<const MatrixRM> a(m_a.data(), Eigen::Index(m), Eigen::Index(n));
+    const Eigen::Map<const Eigen::VectorXd> bv(m_b.data(), Eigen::Index(m));
+    Eigen::Map<MatrixRM> ata(m_ata.data(), Eigen::Index(n), Eigen::Index(n));
+    Eigen::Map<Eigen::VectorXd> atb(m_atb.data(), Eigen::Index(n));
+    ata.noalias() = a.transpose() * a;
+    atb.noalias() = a.transpose() * bv;
+  }
+  m_scale = 0.0;
+  for (double v : m_atb) m_scale = std::max(m_scale, std::fabs(v));
+  if (!keep) m_free.assign(n, 0);
+  m_x.SetDim(n);
+  for (std::size_t j = 0; j < n; ++j) m_x[j] = 0.0;
+  m_summary = SSummary();
+}
+
+void CNumNNLS::SetSettings(double gradientTolerance, double zeroTolerance, int warmStart,
+                           int maxIterations) {
+  m_options.gradientTolerance = gradientTolerance;
+  m_options.zeroTolerance = zeroTolerance;
+  m_options.warmStart = warmStart != 0;
+  m_options.maxIterations = maxIterations;
+}
+
+void CNumNNLS::Reset() {
+  m_free.assign(m_cols, 0);
+  for (std::size_t j = 0; j < m_x.size(); ++j) m_x[j] = 0.0;
+  m_summary = SSummary();
+}
+
+// Least squares over the free columns: z (n entries, 0 off the free set).
+bool CNumNNLS::SolveFree(std::vector<double>& z) const {
+  const std::size_t n = m_cols;
+  std::vector<Eigen::Index> idx;
+  for (std::size_t j = 0; j < n; ++j)
+    if (m_free[j]) idx.push_back(Eigen::Index(j));
+  z.assign(n, 0.0);
+  if (idx.empty()) return true;
+  const Eigen::Index p = Eigen::Index(idx.size());
+  Eigen::MatrixXd g(p, p);
+  Eigen::VectorXd r(p);
+  for (Eigen::Index a = 0; a < p; ++a) {
+    r(a) = m_atb[std::size_t(idx[std::size_t(a)])];
+    for (Eigen::Index c = 0; c < p; ++c)
+      g(a, c) = m_ata[std::size_t(idx[std::size_t(a)]) * n + std::size_t(idx[std::size_t(c)])];
+  }
+  const Eigen::LDLT<Eigen::MatrixXd> ldlt(g);
+  if (ldlt.info() != Eigen::Success || !ldlt.isPositive()) return false;
+  const Eigen::VectorXd s = ldlt.solve(r);
+  for (Eigen::Index a = 0; a < p; ++a) {
+    if (!std::isfinite(s(a))) return false;
+    z[std::size_t(idx[std::size_t(a)])] = s(a);
+  }
+  return true;
+}
+
+// g = Aᵀb − AᵀA x.
+void CNumNNLS::Gradient(std::vector<double>& g) const {
+  const std::size_t n = m_cols;
+  g.assign(m_atb.begin(), m_atb.end());
+  for (std::size_t j = 0; j < n; ++j) {
+    const double xj = m_x[j];
+    if (xj == 0.0) continue;
+    for (std::size_t i = 0; i < n; ++i) g[i] -= m_ata[i * n + j] * xj;
+  }
+}
+
+double CNumNNLS::Kkt(std::vector<double> const& g) const {
+  double worst = 0.0;
+  for (std::size_t j = 0; j < m_cols; ++j)
+    worst = std::max(worst, m_x[j] > 0.0 ? std::fabs(g[j]) : std::max(0.0, g[j]));
+  return m_scale > 0.0 ? worst / m_scale : 0.0;
+}
+
+bool CNumNNLS::Run() {
+  m_summary.iterations = 0;
+  if (!m_valid) {
+    m_summary.stop = EStop::kBadProblem;
+    return false;
+  }
+  const std::size_t n = m_cols;
+  if (!m_options.warmStart && m_summary.totalIterations > 0) Reset();
+  std::vector<double> z, g;
+
+  // A free set kept from before: drop the columns its solution wants negative until the
+  // rest is feasible, then go on from there.
+  if (std::any_of(m_free.begin(), m_free.end(), [](char f) { return f != 0; }) &&
+      std::all_of(&m_x[0], &m_x[0] + n, [](double v) { return v == 0.0; })) {
+    for (;;) {
+      if (!SolveFree(z)) {
+        std::fill(m_free.begin(), m_free.end(), 0);
+        break;
+      }
+      bool dropped = false;
+      for (std::size_t j = 0; j < n; ++j)
+        if (m_free[j] && z[j] <= 0.0) m_free[j] = 0, dropped = true;
+      if (!dropped) {
+        for (std::size_t j = 0; j < n; ++j) m_x[j] = z[j];
+        break;
+      }
+    }
+  }
+
+  const double enter = m_options.gradientTolerance * m_scale;
+  for (;;) {
+    Gradient(g);
+    // Optimal: no zero entry would lower the residual by moving up.
+    std::size_t best = n;
+    double bestG = enter;
+    for (std::size_t j = 0; j < n; ++j)
+      if (!m_free[j] && g[j] > bestG) bestG = g[j], best = j;
+    if (best == n || m_scale == 0.0) {
+      m_summary.stop = EStop::kConverged;
+      break;
+    }
+    if (m_summary.iterations >= m_options.maxIterations) {
+      m_summary.stop = EStop::kIterationLimit;
+      break;
+    }
+    ++m_summary.iterations;
+    ++m_summary.totalIterations;
+    m_free[best] = 1;
+
+    // Inner loop: keep the free solution feasible by stepping back along the segment.
+    bool singular = false;
+    for (int guard = 0; guard <= int(n); ++guard) {
+      if (!SolveFree(z)) {
+        singular = true;
+        break;
+      }
+      bool feasible = true;
+      double alpha = 1.0;
+      for (std::size_t j = 0; j < n; ++j)
+        if (m_free[j] && z[j] <= 0.0) {
+          feasible = false;
+          const double denom = m_x[j] - z[j];
+          if (denom > 0.0) alpha = std::min(alpha, m_x[j] / denom);
+        }
+      if (feasible) {
+        for (std::size_t j = 0; j < n; ++j) m_x[j] = z[j];
+        break;
+      }
+      double largest = 0.0;
+      for (std::size_t j = 0; j < n; ++j) {
+        m_x[j] += alpha * (z[j] - m_x[j]);
+        largest = std::max(largest, m_x[j]);
+      }
+      const double floor = m_options.zeroTolerance * largest;
+      for (std::size_t j = 0; j < n; ++j)
+        if (m_free[j] && m_x[j] <= floor) m_free[j] = 0, m_x[j] = 0.0;
+    }
+    if (singular) {
+      // The column just added depends on the others: it stays out.
+      m_free[best] = 0;
+      m_summary.stop = EStop::kSingular;
+      break;
+    }
+  }
+  for (std::size_t j = 0; j < n; ++j)
+    if (!(m_x[j] > 0.0)) m_x[j] = 0.0;
+  Gradient(g);
+  m_summary.kktResidual = Kkt(g);
+  m_summary.freeCount =
+      std::size_t(std::count_if(&m_x[0], &m_x[0] + n, [](double v) { return v > 0.0; }));
+  return m_summary.stop == EStop::kConverged;
+}
+
+double CNumNNLS::ResidualNorm() const {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < m_rows; ++i) {
+    double r = -m_b[i];
+    for (std::size_t j = 0; j < m_cols; ++j) r += m_a[i * m_cols + j] * m_x[j];
+    sum += r * r;
+  }
+  return std::sqrt(sum);
+}
