@@ -2,8 +2,10 @@
 #pragma once
 
 // Platform layer: containers, numerics, strings and time.
+#include "fiofla/num/bspline.h"
 #include "fiofla/num/interpolate.h"
 #include "fiofla/num/linefit.h"
+#include "fiofla/num/nnls.h"
 #include "fiofla/num/numvector.h"
 #include "fiofla/num/polynomial.h"
 #include "fiofla/str/cstr.h"
