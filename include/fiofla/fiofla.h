@@ -51,4 +51,5 @@
 #include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"
 #include "fiofla/datagasadsorption.h"
+#include "fiofla/gasdft.h"
 #include "fiofla/report_bet.h"
