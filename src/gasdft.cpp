@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -242,4 +243,101 @@ bool CDFTModel::WriteToFile(CStr const& path, unsigned char version) const {
     for (std::size_t j = 0; j < m_kernel.cols(); ++j) WriteLE(out, m_kernel(i, j));
   if (!out) return false;
   return fiofla::WriteFileAtomically(path.str(), out.str(), nullptr);
+}
+
+namespace {
+
+// Monotone cubic Hermite interpolation (Fritsch and Carlson 1980) of y over ascending x,
+// at u: the slopes are limited so that the curve never leaves the range of its neighbours.
+class MonotoneCubic {
+ public:
+  MonotoneCubic(std::vector<double> x, std::vector<double> y)
+      : m_x(std::move(x)), m_y(std::move(y)) {
+    const std::size_t n = m_x.size();
+    m_d.assign(n, 0.0);
+    if (n < 2) return;
+    std::vector<double> delta(n - 1);
+    for (std::size_t k = 0; k + 1 < n; ++k)
+      delta[k] = (m_y[k + 1] - m_y[k]) / (m_x[k + 1] - m_x[k]);
+    m_d[0] = delta[0];
+    m_d[n - 1] = delta[n - 2];
+    for (std::size_t k = 1; k + 1 < n; ++k)
+      m_d[k] = delta[k - 1] * delta[k] <= 0.0 ? 0.0 : (delta[k - 1] + delta[k]) / 2.0;
+    for (std::size_t k = 0; k + 1 < n; ++k) {
+      if (delta[k] == 0.0) {
+        m_d[k] = m_d[k + 1] = 0.0;
+        continue;
+      }
+      const double a = m_d[k] / delta[k], b = m_d[k + 1] / delta[k];
+      const double r = a * a + b * b;
+      if (r > 9.0) {
+        const double t = 3.0 / std::sqrt(r);
+        m_d[k] = t * a * delta[k];
+        m_d[k + 1] = t * b * delta[k];
+      }
+    }
+  }
+  double operator()(double u) const {
+    const std::size_t n = m_x.size();
+    if (n == 1 || u <= m_x[0]) return m_y[0];
+    if (u >= m_x[n - 1]) return m_y[n - 1];
+    const std::size_t k =
+        std::size_t(std::upper_bound(m_x.begin(), m_x.end(), u) - m_x.begin()) - 1;
+    const double h = m_x[k + 1] - m_x[k], t = (u - m_x[k]) / h;
+    const double t2 = t * t, t3 = t2 * t;
+    return (2 * t3 - 3 * t2 + 1) * m_y[k] + (t3 - 2 * t2 + t) * h * m_d[k] +
+           (-2 * t3 + 3 * t2) * m_y[k + 1] + (t3 - t2) * h * m_d[k + 1];
+  }
+
+ private:
+  std::vector<double> m_x, m_y, m_d;
+};
+
+}  // namespace
+
+bool CDFTModel::Configure(std::vector<double> const& pressures, std::vector<double> const& sizes,
+                          bool clampOutside) {
+  const std::size_t np = m_pressures.size(), ns = m_poreWidths.size();
+  if (!IsValid() || np == 0 || ns == 0 || (sizes.size() != 0 && sizes.size() != 2)) return false;
+  for (std::size_t k = 0; k < pressures.size(); ++k)
+    if (!(pressures[k] > 0.0 && pressures[k] < 1.0) ||
+        (k > 0 && !(pressures[k] > pressures[k - 1])))
+      return false;
+  for (std::size_t i = 0; i < np; ++i)
+    if (!(m_pressures[i] > 0.0) || (i > 0 && !(m_pressures[i] > m_pressures[i - 1]))) return false;
+  if (!clampOutside)
+    for (double p : pressures)
+      if (p < m_pressures[0] || p > m_pressures[np - 1]) return false;
+  std::vector<std::size_t> kept;
+  for (std::size_t j = 0; j < ns; ++j)
+    if (sizes.empty() || (m_poreWidths[j] >= sizes[0] && m_poreWidths[j] <= sizes[1]))
+      kept.push_back(j);
+  if (kept.empty()) return false;
+
+  std::vector<double> logP(np);
+  for (std::size_t i = 0; i < np; ++i) logP[i] = std::log10(m_pressures[i]);
+  const std::size_t rows = pressures.empty() ? np : pressures.size();
+  CNumMatrix<double> kernel(rows, kept.size());
+  CNumVector<double> widths(kept.size());
+  for (std::size_t c = 0; c < kept.size(); ++c) {
+    const std::size_t j = kept[c];
+    widths[c] = m_poreWidths[j];
+    if (pressures.empty()) {
+      for (std::size_t i = 0; i < np; ++i) kernel(i, c) = m_kernel(i, j);
+      continue;
+    }
+    std::vector<double> column(np);
+    for (std::size_t i = 0; i < np; ++i) column[i] = m_kernel(i, j);
+    const MonotoneCubic curve(logP, column);
+    for (std::size_t r = 0; r < rows; ++r) kernel(r, c) = curve(std::log10(pressures[r]));
+  }
+  if (!pressures.empty()) {
+    m_pressures.SetDim(rows);
+    for (std::size_t r = 0; r < rows; ++r) m_pressures[r] = pressures[r];
+  }
+  m_poreWidths = widths;
+  m_kernel = kernel;
+  m_work.SetDim(m_pressures.size());
+  for (std::size_t i = 0; i < m_work.size(); ++i) m_work[i] = 0.0;
+  return true;
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -141,6 +142,56 @@ TEST(DFTModel, GeometryHelpers) {
   const CDFTModel other = SmallModel(EDFTCategory(1));
   for (unsigned long i = 0; i < 3; ++i)
     for (unsigned long j = 0; j < 2; ++j) EXPECT_EQ(other.Density(i, j), 0.0);
+}
+
+}  // namespace
+
+namespace {
+
+// A column that fills in a steep step, as a mesopore does.
+CDFTModel StepModel() {
+  CDFTModelSpecBase spec;
+  spec.SetParams(eDFTCategoryAdsorption, eDFTTypeDefault, eDFTGeometryCylinder, 77.35, CStr("N2"),
+                 CStr("step"));
+  const std::size_t np = 30;
+  CNumVector<double> p(np), w(3);
+  CNumMatrix<double> k(np, 3);
+  for (std::size_t i = 0; i < np; ++i) p[i] = std::pow(10.0, -5.0 + 5.0 * double(i) / double(np));
+  for (std::size_t j = 0; j < 3; ++j) w[j] = 20.0 * double(j + 1);
+  for (std::size_t i = 0; i < np; ++i)
+    for (std::size_t j = 0; j < 3; ++j) k(i, j) = p[i] < 0.3 * double(j + 1) ? 1.0 : 5.0;
+  return CDFTModel(spec, p, w, k);
+}
+
+TEST(DFTModel, ConfigureResamplesWithoutOvershootAndKeepsTheWidthsAsked) {
+  CDFTModel model = StepModel();
+  const CNumMatrix<double> original = model.Kernel();
+  const CNumVector<double> grid = model.Pressures();
+  // On the kernel's own pressures nothing changes.
+  std::vector<double> same(&grid[0], &grid[0] + grid.size());
+  CDFTModel copy = StepModel();
+  ASSERT_TRUE(copy.Configure(same, {}, false));
+  for (std::size_t i = 0; i < grid.size(); ++i) EXPECT_EQ(copy.Kernel()(i, 1), original(i, 1));
+  // A fine grid across the steps: values stay within each step's two levels.
+  std::vector<double> fine;
+  for (int k = 1; k < 400; ++k) fine.push_back(std::pow(10.0, -4.9 + 4.85 * k / 400.0));
+  ASSERT_TRUE(model.Configure(fine, {30.0, 60.0}, true));
+  EXPECT_EQ(model.PoreWidths().size(), 2u);
+  EXPECT_EQ(model.PoreWidths()[0], 40.0);
+  EXPECT_EQ(model.Pressures().size(), fine.size());
+  EXPECT_EQ(model.Work().size(), fine.size());
+  for (std::size_t r = 0; r < fine.size(); ++r)
+    for (std::size_t c = 0; c < 2; ++c) {
+      EXPECT_GE(model.Kernel()(r, c), 1.0) << r;
+      EXPECT_LE(model.Kernel()(r, c), 5.0) << r;
+      if (r > 0) EXPECT_GE(model.Kernel()(r, c), model.Kernel()(r - 1, c)) << r;
+    }
+  // Grids that cannot be used leave the model as it was.
+  CDFTModel kept = StepModel();
+  EXPECT_FALSE(kept.Configure({0.5, 0.4}, {}, true));
+  EXPECT_FALSE(kept.Configure({0.999}, {}, false));  // beyond the kernel's last pressure
+  EXPECT_FALSE(kept.Configure({}, {100.0, 200.0}, true));
+  EXPECT_EQ(kept.PoreWidths().size(), 3u);
 }
 
 }  // namespace

@@ -27,6 +27,7 @@
 #include <cstdint>
 #include <istream>
 #include <ostream>
+#include <vector>
 
 #include "fiofla/num/numvector.h"
 #include "fiofla/str/cstr.h"
@@ -142,6 +143,19 @@ class CDFTModel : public CDFTModelBase {
   EDFTCategory GetCategory() const override { return m_spec.category; }
   EDFTGeometry Geometry(unsigned long) const override { return m_spec.geometry; }
   bool IsValid() const override { return m_invalid == 0; }
+
+  /// Adapts the model to a caller's grids, for the deconvolution:
+  /// - `pressures` (relative, ascending; empty keeps the kernel's rows): each kernel column is
+  ///   resampled onto them by monotone piecewise-cubic Hermite interpolation in log10 P/Po
+  ///   (Fritsch and Carlson 1980), which follows a filling step without overshooting it;
+  /// - `sizes` (empty, or the lowest and highest width in Å): only the classes whose width
+  ///   lies in [lowest, highest] are kept;
+  /// - `clampOutside`: pressures outside the kernel's grid take its end rows when true; when
+  ///   false such a pressure makes the call fail.
+  /// False (and the model left as it was) when the grids cannot be used: a pressure not in
+  /// (0, 1) or not ascending, a range that keeps no class, or an invalid model.
+  bool Configure(std::vector<double> const& pressures, std::vector<double> const& sizes,
+                 bool clampOutside);
 
   CDFTModelSpecBase const& Spec() const { return m_spec; }
   /// The 8 bytes after the header, as read.
