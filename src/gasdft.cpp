@@ -191,8 +191,8 @@ CDFTModel::CDFTModel(CStr const& fileName) {
   if (!in) {
     m_invalid = 1;
   } else {
-    m_spec.fileName = fileName;
-    m_spec.ReadFromStream(in);
+    m_header.fileName = fileName;
+    m_header.ReadFromStream(in);
     ReadLE(in, &m_headerValue);
     ReadVector(in, m_pressures);
     ReadVector(in, m_poreWidths);
@@ -214,9 +214,9 @@ CDFTModel::CDFTModel(CStr const& fileName) {
   for (std::size_t i = 0; i < m_work.size(); ++i) m_work[i] = 0.0;
 }
 
-CDFTModel::CDFTModel(CDFTModelSpecBase const& spec, CNumVector<double> const& pressures,
+CDFTModel::CDFTModel(CDFTModelSpecBase const& header, CNumVector<double> const& pressures,
                      CNumVector<double> const& poreWidths, CNumMatrix<double> const& kernel)
-    : m_spec(spec) {
+    : m_header(header) {
   m_pressures = pressures;
   m_poreWidths = poreWidths;
   m_kernel = kernel;
@@ -231,7 +231,7 @@ CDFTModel::CDFTModel(CDFTModelSpecBase const& spec, CNumVector<double> const& pr
 bool CDFTModel::WriteToFile(CStr const& path, unsigned char version) const {
   if (!IsValid()) return false;
   std::ostringstream out(std::ios::binary);
-  m_spec.WriteToStream(out, version);
+  m_header.WriteToStream(out, version);
   WriteLE(out, m_headerValue);
   WriteLE(out, std::uint32_t(m_pressures.size()));
   for (std::size_t i = 0; i < m_pressures.size(); ++i) WriteLE(out, m_pressures[i]);

@@ -29,11 +29,11 @@ struct TempDir {
 
 CDFTModel SmallModel(EDFTCategory category = eDFTCategoryAdsorption,
                      EDFTGeometry geometry = eDFTGeometryCylinder) {
-  CDFTModelSpecBase spec;
-  spec.SetParams(category, eDFTTypeDefault, geometry, 77.35, CStr("N2"),
-                 CStr("N2 at 77 K on oxide, cylindrical pores"));
-  spec.label = CStr("test kernel");
-  spec.description = CStr("three pressures, two widths");
+  CDFTModelSpecBase header;
+  header.SetParams(category, eDFTTypeDefault, geometry, 77.35, CStr("N2"),
+                   CStr("N2 at 77 K on oxide, cylindrical pores"));
+  header.label = CStr("test kernel");
+  header.description = CStr("three pressures, two widths");
   CNumVector<double> p(3), w(2);
   CNumMatrix<double> k(3, 2);
   for (std::size_t i = 0; i < 3; ++i) p[i] = 0.1 * double(i + 1);
@@ -41,7 +41,7 @@ CDFTModel SmallModel(EDFTCategory category = eDFTCategoryAdsorption,
   w[1] = 50.0;
   for (std::size_t i = 0; i < 3; ++i)
     for (std::size_t j = 0; j < 2; ++j) k(i, j) = 0.5 + double(i) + 0.25 * double(j);
-  return CDFTModel(spec, p, w, k);
+  return CDFTModel(header, p, w, k);
 }
 
 std::string Slurp(const std::string& path) {
@@ -61,10 +61,10 @@ TEST(DFTModelFile, WrittenAndReadBackInBothLayouts) {
     ASSERT_TRUE(model.WriteToFile(CStr(path), version));
     const CDFTModel back{CStr(path)};
     ASSERT_TRUE(back.IsValid());
-    EXPECT_EQ(back.Spec().geometry, eDFTGeometryCylinder);
-    EXPECT_EQ(back.Spec().temperature, 77.35);
-    EXPECT_EQ(back.Spec().gasName, CStr("N2"));
-    EXPECT_TRUE(back.Spec() == model.Spec());
+    EXPECT_EQ(back.Header().geometry, eDFTGeometryCylinder);
+    EXPECT_EQ(back.Header().temperature, 77.35);
+    EXPECT_EQ(back.Header().gasName, CStr("N2"));
+    EXPECT_TRUE(back.Header() == model.Header());
     EXPECT_EQ(back.Kernel()(2, 1), model.Kernel()(2, 1));
     EXPECT_EQ(back.PoreWidths()[1], 50.0);
     EXPECT_EQ(back.Work().size(), 3u);
@@ -109,25 +109,25 @@ TEST(DFTModelFile, RefusedAtEveryLimit) {
 }
 
 TEST(DFTModelSpec, MatchingRules) {
-  CDFTModelSpecBase spec;
-  spec.SetParams(eDFTCategoryAdsorption, eDFTTypeDefault, eDFTGeometrySlit, 77.35, CStr("N2"),
-                 CStr("Carbon slit"));
-  EXPECT_FALSE(spec.IsValid());
-  EXPECT_TRUE(spec.IsTemperatureMatch(77.35 + 1.99));
-  EXPECT_FALSE(spec.IsTemperatureMatch(77.35 + 2.0));
-  EXPECT_FALSE(spec.IsTemperatureMatch(77.35 - 2.0));
-  EXPECT_TRUE(spec.IsGasMatch(CStr("n2")));
-  EXPECT_FALSE(spec.IsGasMatch(CStr("N2 ")));
+  CDFTModelSpecBase header;
+  header.SetParams(eDFTCategoryAdsorption, eDFTTypeDefault, eDFTGeometrySlit, 77.35, CStr("N2"),
+                   CStr("Carbon slit"));
+  EXPECT_FALSE(header.IsValid());
+  EXPECT_TRUE(header.IsTemperatureMatch(77.35 + 1.99));
+  EXPECT_FALSE(header.IsTemperatureMatch(77.35 + 2.0));
+  EXPECT_FALSE(header.IsTemperatureMatch(77.35 - 2.0));
+  EXPECT_TRUE(header.IsGasMatch(CStr("n2")));
+  EXPECT_FALSE(header.IsGasMatch(CStr("N2 ")));
   EXPECT_TRUE(CDFTModelSpecBase::AreStringsEqual(CStr(), CStr()));
-  CDFTModelSpecBase other = spec;
+  CDFTModelSpecBase other = header;
   other.type = EDFTType(7);
   other.gasName = CStr("Ar");
-  EXPECT_TRUE(spec.IsBasicCompatible(other));
-  EXPECT_TRUE(spec == other);
+  EXPECT_TRUE(header.IsBasicCompatible(other));
+  EXPECT_TRUE(header == other);
   other.modelName = CStr("carbon SLIT");
-  EXPECT_TRUE(spec == other);
+  EXPECT_TRUE(header == other);
   other.geometry = eDFTGeometryCylinder;
-  EXPECT_FALSE(spec == other);
+  EXPECT_FALSE(header == other);
 }
 
 TEST(DFTModel, GeometryHelpers) {
@@ -150,9 +150,9 @@ namespace {
 
 // A column that fills in a steep step, as a mesopore does.
 CDFTModel StepModel() {
-  CDFTModelSpecBase spec;
-  spec.SetParams(eDFTCategoryAdsorption, eDFTTypeDefault, eDFTGeometryCylinder, 77.35, CStr("N2"),
-                 CStr("step"));
+  CDFTModelSpecBase header;
+  header.SetParams(eDFTCategoryAdsorption, eDFTTypeDefault, eDFTGeometryCylinder, 77.35, CStr("N2"),
+                   CStr("step"));
   const std::size_t np = 30;
   CNumVector<double> p(np), w(3);
   CNumMatrix<double> k(np, 3);
@@ -160,7 +160,7 @@ CDFTModel StepModel() {
   for (std::size_t j = 0; j < 3; ++j) w[j] = 20.0 * double(j + 1);
   for (std::size_t i = 0; i < np; ++i)
     for (std::size_t j = 0; j < 3; ++j) k(i, j) = p[i] < 0.3 * double(j + 1) ? 1.0 : 5.0;
-  return CDFTModel(spec, p, w, k);
+  return CDFTModel(header, p, w, k);
 }
 
 TEST(DFTModel, ConfigureResamplesWithoutOvershootAndKeepsTheWidthsAsked) {

@@ -136,12 +136,12 @@ class CDFTModel : public CDFTModelBase {
   /// Loads the file; IsValid() says whether it loaded.
   explicit CDFTModel(CStr const& fileName);
   /// A model from its parts; valid when the kernel is pressures × widths.
-  CDFTModel(CDFTModelSpecBase const& spec, CNumVector<double> const& pressures,
+  CDFTModel(CDFTModelSpecBase const& header, CNumVector<double> const& pressures,
             CNumVector<double> const& poreWidths, CNumMatrix<double> const& kernel);
 
   bool IsDualModel() const override { return false; }
-  EDFTCategory GetCategory() const override { return m_spec.category; }
-  EDFTGeometry Geometry(unsigned long) const override { return m_spec.geometry; }
+  EDFTCategory GetCategory() const override { return m_header.category; }
+  EDFTGeometry Geometry(unsigned long) const override { return m_header.geometry; }
   bool IsValid() const override { return m_invalid == 0; }
 
   /// Adapts the model to a caller's grids, for the deconvolution:
@@ -157,7 +157,7 @@ class CDFTModel : public CDFTModelBase {
   bool Configure(std::vector<double> const& pressures, std::vector<double> const& sizes,
                  bool clampOutside);
 
-  CDFTModelSpecBase const& Spec() const { return m_spec; }
+  CDFTModelSpecBase const& Header() const { return m_header; }
   /// The 8 bytes after the header, as read.
   std::uint64_t HeaderValue() const { return m_headerValue; }
   /// Writes the model file (see the top of this header); false when it could not.
@@ -166,5 +166,5 @@ class CDFTModel : public CDFTModelBase {
  private:
   std::int32_t m_invalid = 0;
   std::uint64_t m_headerValue = 0;
-  CDFTModelSpecBase m_spec;
+  CDFTModelSpecBase m_header;
 };

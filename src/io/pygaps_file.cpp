@@ -37,9 +37,7 @@ constexpr const char* kReadKeys[] = {
     "loading_unit",   "material_basis", "material_unit", "adsorbent_basis",
     "adsorbent_unit", "sample_name",    "material_mass", kPointsKey};
 
-[[noreturn]] void Fail(const std::string& name, const std::string& message) {
-  throw InputError(name + ": " + message);
-}
+using io_detail::Fail;
 
 std::string Lower(std::string s) {
   for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));

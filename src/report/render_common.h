@@ -108,4 +108,7 @@ inline CStr UnitText(CQuantityFormatter const* formatter) {
   return formatter ? formatter->DisplayText() : CStr();
 }
 
+/// The HTML report's stylesheet (render_html_style.cpp).
+extern const char* const kHtmlStyle;
+
 }  // namespace fiofla::report_detail

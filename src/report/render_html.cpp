@@ -9,11 +9,15 @@
 #include "fiofla/num/interpolate.h"
 #include "fiofla/report/report_render.h"
 #include "report/render_common.h"
+#include "report/svg_clip.h"
 
 namespace fiofla {
 namespace {
 
+using report_detail::ClipPolyline;
 using report_detail::EscapeXml;
+using report_detail::SPoint;
+using report_detail::SRect;
 
 std::string Esc(CStr const& text) {
   return EscapeXml(text.str());
@@ -40,22 +44,6 @@ constexpr double kSymbolRadius = 3.6;
 // Pixel coordinates are held within this before clipping, so a value far off the axis
 // cannot overflow into infinities; the clipped direction error this causes is far below a pixel.
 constexpr double kPixelLimit = 1e9;
-
-struct SPoint {
-  double x;
-  double y;
-};
-
-struct SRect {
-  double left;
-  double top;
-  double right;
-  double bottom;
-  bool Contains(SPoint p, double tolerance = 0.0) const {
-    return p.x >= left - tolerance && p.x <= right + tolerance && p.y >= top - tolerance &&
-           p.y <= bottom + tolerance;
-  }
-};
 
 /// 1, 2 or 5 times a power of ten, close to span / target.
 double NiceStep(double span, int target) {
@@ -249,59 +237,6 @@ std::string TickLabel(SScale const& s, double v) {
   }
   int const decimals = static_cast<int>(-std::floor(std::log10(s.step) + 1e-9));
   return CNumericFormat(CNumericFormat::eFixed, std::max(0, decimals)).Format(v).str();
-}
-
-// ---- Clipping ---------------------------------------------------------------------------
-
-/// Cuts segment a-b to `r` (Liang-Barsky); false when nothing of it is inside.
-bool ClipSegment(SPoint& a, SPoint& b, SRect const& r) {
-  double t0 = 0.0, t1 = 1.0;
-  double const dx = b.x - a.x, dy = b.y - a.y;
-  auto edge = [&](double p, double q) {
-    if (p == 0.0) return q >= 0.0;
-    double const t = q / p;
-    if (p < 0.0) {
-      if (t > t1) return false;
-      t0 = std::max(t0, t);
-    } else {
-      if (t < t0) return false;
-      t1 = std::min(t1, t);
-    }
-    return true;
-  };
-  if (!edge(-dx, a.x - r.left) || !edge(dx, r.right - a.x) || !edge(-dy, a.y - r.top) ||
-      !edge(dy, r.bottom - a.y))
-    return false;
-  SPoint const start{a.x + t0 * dx, a.y + t0 * dy};
-  SPoint const end{a.x + t1 * dx, a.y + t1 * dy};
-  a = start;
-  b = end;
-  return true;
-}
-
-/// The visible runs of a polyline. The SVG clip path would hide the rest anyway; cutting
-/// here keeps far-off coordinates out of the file.
-std::vector<std::vector<SPoint>> ClipPolyline(std::vector<SPoint> const& points, SRect const& r) {
-  std::vector<std::vector<SPoint>> runs;
-  std::vector<SPoint> run;
-  auto flush = [&] {
-    if (run.size() >= 2) runs.push_back(run);
-    run.clear();
-  };
-  for (std::size_t i = 1; i < points.size(); ++i) {
-    SPoint a = points[i - 1], b = points[i];
-    if (!ClipSegment(a, b, r)) {
-      flush();
-      continue;
-    }
-    if (run.empty() || std::hypot(run.back().x - a.x, run.back().y - a.y) > 1e-6) {
-      flush();
-      run.push_back(a);
-    }
-    run.push_back(b);
-  }
-  flush();
-  return runs;
 }
 
 // ---- Drawing primitives -----------------------------------------------------------------
@@ -842,47 +777,6 @@ void WriteStdTable(std::ostream& out, CReportStdTable const& table) {
 
 // ---- Document ---------------------------------------------------------------------------
 
-constexpr char const* kStyle = R"(
-*{box-sizing:border-box}
-body{margin:0;padding:28px 20px;background:#f4f5f7;color:#1f2328;
-  font:14px/1.45 "Segoe UI","Helvetica Neue",Arial,"Liberation Sans",sans-serif}
-.doc{max-width:1000px;margin:0 auto}
-.doc-head{padding:0 0 10px;border-bottom:3px solid #1b4f9c}
-.doc-title{font-size:13px;font-weight:600;letter-spacing:.06em;text-transform:uppercase;color:#1b4f9c}
-.doc-sub{color:#444;margin-top:2px}
-.doc-gen{color:#888;font-size:12px}
-.page{background:#fff;border:1px solid #dde1e6;margin:22px 0;padding:20px 26px 8px;
-  display:flow-root}
-h1{font-size:21px;font-weight:600;margin:0 0 14px}
-.item{margin-bottom:22px}
-h2{font-size:14.5px;font-weight:600;margin:0 0 8px;padding-bottom:4px;border-bottom:1px solid #d0d5db}
-table{border-collapse:collapse;font-size:13px}
-.options th{text-align:left;font-weight:normal;color:#333;padding:3px 18px 3px 10px;white-space:nowrap;
-  border-left:4px solid transparent;vertical-align:top}
-.options td{padding:3px 8px;vertical-align:top}
-.options tr+tr>*{border-top:1px solid #eef0f2}
-.num{text-align:right;white-space:nowrap;font-variant-numeric:tabular-nums}
-.err{color:#555}
-.unit{color:#555}
-.options .unit{text-align:left}
-tr.warn>*{background:#fff4e6}
-tr.warn th{border-left-color:#d9480f;font-weight:600;color:#a0330a}
-tr.warn .mark,tr.warn .tag{color:#d9480f;font-weight:600}
-tr.pass th{border-left-color:#2b8a3e}
-tr.pass .mark{color:#2b8a3e;font-weight:700}
-.line2{color:#555}
-.scroll{overflow-x:auto}
-.std{width:100%;font-size:12px}
-.std th{text-align:right;font-weight:600;padding:4px 6px;border-bottom:1.5px solid #333;
-  vertical-align:bottom}
-.std th .unit{font-weight:normal}
-.std td{padding:2px 6px}
-.std tbody tr:nth-child(even){background:#f6f8fa}
-.std tbody tr:last-child td{border-bottom:1px solid #333}
-svg.graph{display:block;max-width:100%;height:auto;font-family:inherit}
-@media print{body{background:#fff;padding:0}.page{border:0;padding:0;break-after:page}}
-)";
-
 void WriteItem(std::ostream& out, CReportDataItemBase const& item, int& graphId) {
   int left = std::clamp(item.LayoutLeft(), 0, 1000),
       right = std::clamp(item.LayoutRight(), 0, 1000);
@@ -919,7 +813,7 @@ void RenderHtml(std::vector<CReportPageData const*> const& pages, RenderOptions 
       << "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n";
   if (!options.generator.empty())
     out << "<meta name=\"generator\" content=\"" << Esc(options.generator) << "\">\n";
-  out << "<title>" << Esc(options.documentTitle) << "</title>\n<style>" << kStyle
+  out << "<title>" << Esc(options.documentTitle) << "</title>\n<style>" << report_detail::kHtmlStyle
       << "</style>\n</head>\n<body>\n<div class=\"doc\">\n<header class=\"doc-head\">\n"
       << "<div class=\"doc-title\">" << Esc(options.documentTitle) << "</div>\n";
   if (!options.subtitle.empty())

@@ -221,19 +221,26 @@ int List(const GasOptions& opt, std::ostream& out, std::ostream& err) {
   return kExitOk;
 }
 
-// Where a table's saturation or sublimation curve has values, for saying why it has none.
-std::string CurveSpan(const CGasCompressibilityTable& t, bool sublimation) {
+// The temperatures (K) over which a table's saturation or sublimation curve has values;
+// false when it has none.
+bool CurveExtent(const CGasCompressibilityTable& t, bool sublimation, double* low, double* high) {
   const CNumVector<double>& curve = sublimation ? t.m_vPsub : t.m_vPsat;
-  double low = 0.0, high = 0.0;
   bool any = false;
   for (std::size_t j = 0; j < curve.size() && j < t.m_vTemperatures.size(); ++j)
     if (curve[j] > 0.0) {
-      if (!any) low = t.m_vTemperatures[j];
-      high = t.m_vTemperatures[j];
+      if (!any) *low = t.m_vTemperatures[j];
+      *high = t.m_vTemperatures[j];
       any = true;
     }
+  return any;
+}
+
+// Where the curve has values, for saying why it has none at a temperature.
+std::string CurveSpan(const CGasCompressibilityTable& t, bool sublimation) {
+  double low = 0.0, high = 0.0;
   const char* name = sublimation ? "sublimation" : "saturation";
-  if (!any) return std::string("the table has no ") + name + " curve";
+  if (!CurveExtent(t, sublimation, &low, &high))
+    return std::string("the table has no ") + name + " curve";
   return std::string("the table's ") + name + " curve runs from " + Num(low) + " to " + Num(high) +
          " K" +
          (sublimation
@@ -243,14 +250,8 @@ std::string CurveSpan(const CGasCompressibilityTable& t, bool sublimation) {
 
 // Whether T (K) lies where the table's curve has values.
 bool InCurve(const CGasCompressibilityTable& t, bool sublimation, double temperature) {
-  const CNumVector<double>& curve = sublimation ? t.m_vPsub : t.m_vPsat;
-  double low = INFINITY, high = -INFINITY;
-  for (std::size_t j = 0; j < curve.size() && j < t.m_vTemperatures.size(); ++j)
-    if (curve[j] > 0.0) {
-      low = std::min(low, t.m_vTemperatures[j]);
-      high = std::max(high, t.m_vTemperatures[j]);
-    }
-  return temperature >= low && temperature <= high;
+  double low = 0.0, high = 0.0;
+  return CurveExtent(t, sublimation, &low, &high) && temperature >= low && temperature <= high;
 }
 
 // Prints one value or, when there is none, says why and returns kExitNoResult.
