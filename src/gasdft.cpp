@@ -237,8 +237,9 @@ bool CDFTModel::WriteToFile(CStr const& path, unsigned char version) const {
   for (std::size_t i = 0; i < m_pressures.size(); ++i) WriteLE(out, m_pressures[i]);
   WriteLE(out, std::uint32_t(m_poreWidths.size()));
   for (std::size_t j = 0; j < m_poreWidths.size(); ++j) WriteLE(out, m_poreWidths[j]);
-  WriteLE(out, std::uint32_t(m_kernel.rows()));
-  WriteLE(out, std::uint32_t(m_kernel.cols()));
+  // The grids' sizes: a kernel of no rows keeps no column count of its own.
+  WriteLE(out, std::uint32_t(m_pressures.size()));
+  WriteLE(out, std::uint32_t(m_poreWidths.size()));
   for (std::size_t i = 0; i < m_kernel.rows(); ++i)
     for (std::size_t j = 0; j < m_kernel.cols(); ++j) WriteLE(out, m_kernel(i, j));
   if (!out) return false;

@@ -195,3 +195,24 @@ TEST(DFTModel, ConfigureResamplesWithoutOvershootAndKeepsTheWidthsAsked) {
 }
 
 }  // namespace
+
+// A file with no pressures but some widths loads, and writes back a file that loads too.
+TEST(DFTModelFile, AnEmptyKernelRoundTrips) {
+  TempDir dir;
+  std::ostringstream bytes(std::ios::binary);
+  CDFTModelSpecBase header;
+  header.WriteToStream(bytes, 2);
+  auto u32 = [&](std::uint32_t v) { bytes.write(reinterpret_cast<const char*>(&v), 4); };
+  const double widths[2] = {20.0, 50.0};
+  bytes.write(std::string(8, '\0').data(), 8);  // the header value
+  u32(0);                                       // no pressures
+  u32(2);
+  bytes.write(reinterpret_cast<const char*>(widths), sizeof widths);
+  u32(0);
+  u32(2);
+  std::ofstream(dir / "empty.dft", std::ios::binary) << bytes.str();
+  const CDFTModel model{CStr(dir / "empty.dft")};
+  ASSERT_TRUE(model.IsValid());
+  ASSERT_TRUE(model.WriteToFile(CStr(dir / "again.dft")));
+  EXPECT_TRUE(CDFTModel(CStr(dir / "again.dft")).IsValid());
+}
