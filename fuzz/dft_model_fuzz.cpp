@@ -29,7 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const CDFTModel model{CStr(in)};
   if (model.IsValid()) {
     Check(model.Kernel().rows() == model.Pressures().size());
-    Check(model.Kernel().cols() == model.PoreWidths().size());
+    // A matrix of no rows holds no column count (the container releases everything).
+    Check(model.Kernel().rows() == 0 || model.Kernel().cols() == model.PoreWidths().size());
     Check(model.WriteToFile(CStr(out), 2));
     const CDFTModel back{CStr(out)};
     Check(back.IsValid() && back.Header() == model.Header());
