@@ -24,9 +24,13 @@
 //   factor 2. Category 0 is the only one for which Density is defined.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
+#include <functional>
 #include <istream>
+#include <memory>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "fiofla/num/numvector.h"
@@ -119,12 +123,17 @@ class CDFTModelBase {
   CNumMatrix<double> const& Kernel() const { return m_kernel; }
   CNumVector<double>& Work() { return m_work; }
   CNumVector<double> const& Work() const { return m_work; }
+  /// Rows that belong to the first model (all rows of a single model).
+  unsigned long GetModel1NumPressures() const {
+    return IsDualModel() ? m_model1NumPressures : static_cast<unsigned long>(m_pressures.size());
+  }
 
  protected:
   CNumVector<double> m_pressures;
   CNumVector<double> m_work;
   CNumVector<double> m_poreWidths;
   CNumMatrix<double> m_kernel;
+  unsigned long m_model1NumPressures = 0;  // dual models only
 };
 
 /// One model, loaded from a model file or built from its parts.
@@ -167,4 +176,223 @@ class CDFTModel : public CDFTModelBase {
   std::int32_t m_invalid = 0;
   std::uint64_t m_headerValue = 0;
   CDFTModelSpecBase m_header;
+};
+
+/// Two models fitted jointly to one distribution: typically two measurements of one sample
+/// (nitrogen at 77 K with carbon dioxide at 273 K, argon with carbon dioxide), each model
+/// already configured to its own measured pressures.
+///
+/// Merging:
+/// - rows: the first model's pressures, then the second's (GetModel1NumPressures() tells
+///   where the second block starts), so the pressure vector is ascending within each block
+///   only;
+/// - size classes: the first model's widths that lie in the range both models cover (to
+///   1e-9 relative); the second kernel's columns are interpolated onto them linearly in log
+///   width (exact where the grids share a width, which is the usual case);
+/// - invalid when either model is invalid, the two differ in category or geometry
+///   (IsBasicCompatible), or fewer than 2 widths are common. InvalidReason() says which.
+class CDFTDualModel : public CDFTModelBase {
+ public:
+  CDFTDualModel(CDFTModel const& first, CDFTModel const& second);
+
+  bool IsDualModel() const override { return true; }
+  EDFTCategory GetCategory() const override { return m_first.GetCategory(); }
+  EDFTGeometry Geometry(unsigned long) const override { return m_first.Header().geometry; }
+  bool IsValid() const override { return m_reason.empty(); }
+  /// Why the models could not be merged; empty when valid.
+  std::string const& InvalidReason() const { return m_reason; }
+
+  CDFTModel const& First() const { return m_first; }
+  CDFTModel const& Second() const { return m_second; }
+
+ private:
+  CDFTModel m_first, m_second;
+  std::string m_reason;
+};
+
+/// The DFT pore analysis of an isotherm: the non-negative distribution of pore-wall area over
+/// a model's size classes whose model isotherm best matches the measurement. The
+/// constructor does all the work; the getters return the results.
+///
+/// Units: pressures relative (P/Po), quantities cm3 STP/g, widths Å, areas m2/g, volumes
+/// cm3/g; differential values per Å, log-differential values per decade of width.
+///
+/// The steps: load the model(s) and check gas and temperature; keep the measured points in
+/// the pressure range, sorted; configure the model onto them (CDFTModel::Configure); build
+/// the weighted system with the roughness rows (SetupDecon); solve it with non-negative
+/// least squares, at a fixed λ or at the λ chosen automatically; then the fitted isotherm
+/// (ResultsIsotherm), the per-class results (ResultsPores) and, when asked, a B-spline
+/// solution.
+///
+/// Choices:
+/// - Row weighting: each measured point is weighted by the square root of its share of the
+///   log10 P/Po axis (half the distance to its neighbours, relative to the mean, capped at
+///   4), so that the fit is an integral over log pressure: the many points of a mesopore
+///   isotherm do not drown the few that carry the micropores. Each gas's block of a dual
+///   model is further scaled by 1 / (RMS of its quantities × sqrt of its share of the
+///   points), so that neither gas dominates by its units or its point count.
+/// - The solver sees the columns scaled to unit length (a change of variables that leaves
+///   the solution alone and makes the normal equations far better conditioned).
+/// - λ: fixed (kFixed, SInput::lambda; 0 adds no roughness rows), or chosen over a log grid
+///   from 1e-6 to 10 (four values a decade, each solve warm-started from the previous) by
+///   generalised cross-validation (kGcv, the default: minimum of m·RSS / (m − dof)², dof
+///   being the trace of the influence matrix on the free classes) or by the corner of the
+///   L-curve (kLCurve: largest curvature of log RSS against log roughness). λ is
+///   dimensionless: the roughness rows are scaled by s, which balances them against the
+///   kernel, so λ = 1 weighs roughness and misfit alike.
+/// - The roughness: on the log width grid (logGrid true, CalculateRMSRoughness) or on the
+///   class index (false; CalculateRMSRoughnessOldMethod: the RMS of the plain second
+///   differences y[k−1] − 2 y[k] + y[k+1] over the interior classes, 0 below 3 classes).
+/// - A B-spline trial with K knot intervals writes the distribution as Σ c_i B_i(log10 w)
+///   with c ≥ 0 and solves for c without roughness rows. It is accepted when its solve
+///   converged and its design (the weighted kernel times the basis, columns scaled to unit
+///   length) is stable at the noise of the data: cond × ε ≤ 1, where ε is the relative RMS
+///   misfit of the plain solution (at least 1e-6). A perturbation of the data as large as
+///   its misfit then moves the coefficients by no more than their own size. More knots mean
+///   narrower, more alike basis functions and a larger condition number, so few knots pass
+///   and many fail, and the fixed search finds the boundary. In the search, a rejected 13
+///   goes on to 12 and an accepted 6 to 7, the same one-step rule as 24.
+/// - Energies: 0 for pore models (category 0); for other categories the class values.
+///
+/// Status (IsOK() for 0 and 10):
+///   0 done; 1 the first model file could not be read or is invalid; 2 a model's gas does
+///   not match the given gas name (the results are still computed); 3 not used; 4 a
+///   model's temperature is not within 2 K of the given one (results still computed); 5 the
+///   second model could not be read or merged with the first; 6 fewer than 3 measured points
+///   or fewer than 3 size classes in the ranges; 7 the solver failed (did not converge in
+///   two runs, or a singular system); 8 bad input (pressure and quantity vectors of
+///   different lengths, a value not finite, an empty or reversed range); 9 B-spline
+///   solution asked for but no trial was accepted (the plain solution stands); 10 done, with
+///   warnings that say why a result is doubtful (Warnings()).
+class CDFTCalc {
+ public:
+  enum class ELambda { kFixed, kGcv, kLCurve };
+
+  struct SInput {
+    /// The measured isotherm: relative pressures and quantities (cm3 STP/g).
+    std::vector<double> pressures, quantities;
+    /// The first model: a file, or a model already loaded (used when set).
+    CStr modelFile;
+    std::shared_ptr<const CDFTModel> model;
+    /// Gas and temperature (K) of the measurement; empty or ≤ 0 skips that check.
+    CStr gasName;
+    double temperature = 0.0;
+    /// The second measurement and model, for a dual analysis (either a file or a model).
+    std::vector<double> pressures2, quantities2;
+    CStr modelFile2;
+    std::shared_ptr<const CDFTModel> model2;
+    CStr gasName2;
+    double temperature2 = 0.0;
+    /// Passed to CDFTModel::Configure: points outside a kernel's pressure grid use its end
+    /// rows (true) or are left out with a warning (false).
+    bool clampOutside = false;
+    /// Measured points used (relative pressures, inclusive).
+    double pressureMin = 0.0, pressureMax = 1.0;
+    /// Size classes fitted (Å, inclusive), and the classes reported; the reported range
+    /// defaults to the fitted one.
+    double widthMin = 0.0, widthMax = HUGE_VAL;
+    double reportWidthMin = 0.0, reportWidthMax = HUGE_VAL;
+    ELambda lambdaMethod = ELambda::kGcv;
+    /// The regularisation weight used with kFixed (≥ 0).
+    double lambda = 0.0;
+    /// Roughness on the log width grid (true) or on the class index (false).
+    bool logGrid = true;
+    /// Try the B-spline solution.
+    bool bspline = false;
+    /// 1: the total surface area leaves out the classes above the reported range.
+    int kind = 0;
+  };
+
+  /// What the automatic choice of λ saw at each weight tried.
+  struct SLambdaPoint {
+    double lambda = 0.0, rss = 0.0, roughness = 0.0, dof = 0.0, gcv = 0.0;
+  };
+
+  explicit CDFTCalc(SInput const& input);
+
+  bool IsOK() const { return m_status == 0 || m_status == 10; }
+  int GetStatus() const { return m_status; }
+  /// Why a result is doubtful or missing, in words.
+  std::vector<std::string> const& Warnings() const { return m_warnings; }
+
+  double Error(unsigned short k) const;
+  double RelError(unsigned short k) const;
+  double RMSError() const;
+  double ClassWidth(unsigned short k) const;
+  static double ClassLogWidth(CNumVector<double> const& w, unsigned short k);
+  double ClassLogWidth(unsigned short k) const { return ClassLogWidth(m_widths, k); }
+
+  void GetPoreDiameters(CNumVector<double>& v) const { v = m_widths; }
+  void GetEnergies(CNumVector<double>& v) const { v = m_energies; }
+  void GetIncrementalVolume(CNumVector<double>& v) const { v = m_incVolume; }
+  void GetCumulativeVolume(CNumVector<double>& v) const { v = m_cumVolume; }
+  void GetDifferentialVolume(CNumVector<double>& v) const { v = m_difVolume; }
+  void GetLogDifferentialVolume(CNumVector<double>& v) const { v = m_logDifVolume; }
+  void GetIncrementalArea(CNumVector<double>& v) const { v = m_incArea; }
+  void GetCumulativeArea(CNumVector<double>& v) const { v = m_cumArea; }
+  void GetDifferentialArea(CNumVector<double>& v) const { v = m_difArea; }
+  void GetLogDifferentialArea(CNumVector<double>& v) const { v = m_logDifArea; }
+  CNumVector<double> const& GetModelClasses() const { return m_widths; }
+  double GetTotalPoreVolume() const;
+  double GetTotalSurfaceArea() const;
+  bool IsBSplineSolution() const { return m_knotIntervals != 0; }
+  unsigned short GetNumKnotIntervals() const { return m_knotIntervals; }
+
+  /// The fitted isotherm: one entry per row used (for a dual model the first model's rows
+  /// come first; GetNumPoints() is their count).
+  CNumVector<double> const& GetFitPressures() const { return m_fitPressures; }
+  CNumVector<double> const& GetFitMeasured() const { return m_fitMeasured; }
+  CNumVector<double> const& GetFitQuantities() const { return m_fitQuantities; }
+  unsigned long GetNumPoints() const { return m_pointCount; }
+
+  /// The regularisation weight used, the effective degrees of freedom of the fit and the
+  /// weighted residual sum of squares there; the weights tried when λ was chosen.
+  double GetLambda() const { return m_lambda; }
+  double GetDegreesOfFreedom() const { return m_dof; }
+  double GetResidualSumOfSquares() const { return m_rss; }
+  std::vector<SLambdaPoint> const& GetLambdaCurve() const { return m_lambdaCurve; }
+  /// The roughness of the solution (CalculateRMSRoughness or the old method).
+  double GetRoughness() const { return m_roughness; }
+  /// The B-spline trials in the order tried: knot intervals and accepted.
+  std::vector<std::pair<unsigned short, bool>> const& GetBSplineTrials() const { return m_trials; }
+
+  static double CalculateRMSRoughness(CNumVector<double> const& x, CNumVector<double> const& y);
+  static double CalculateRMSRoughnessOldMethod(CNumVector<double> const& y);
+
+  /// The fixed B-spline search: `accept(K)` answers one trial; returns the recorded count
+  /// (0 when none was accepted). Exposed so that its path can be checked.
+  static unsigned short SearchKnotIntervals(std::function<bool(unsigned short)> const& accept);
+
+ private:
+  void SetupDecon(CNumMatrix<double>& A, CNumVector<double>& b, CDFTModelBase const& model,
+                  CDFTModelBase::SBounds const& rows, CDFTModelBase::SBounds const& classes,
+                  bool logGrid);
+  void ResultsIsotherm(CNumMatrix<double> const& A, CNumVector<double> const& x,
+                       CNumVector<double> const& measured, CDFTModelBase const& model,
+                       CDFTModelBase::SBounds const& rows);
+  void ResultsPores(CNumVector<double> const& x, CDFTModelBase const& model,
+                    CDFTModelBase::SBounds const& classes, bool logGrid);
+  void Run(SInput const& input);
+  void Warn(std::string text) { m_warnings.push_back(std::move(text)); }
+
+  double m_lambda = 0.0;
+  int m_kind = 0;
+  bool m_dual = false;
+  int m_status = 0;
+  unsigned long m_pointCount = 0;
+  CNumVector<double> m_fitPressures, m_fitMeasured, m_fitQuantities;
+  CNumVector<double> m_widths, m_energies, m_incVolume, m_cumVolume, m_difVolume, m_logDifVolume,
+      m_incArea, m_cumArea, m_difArea, m_logDifArea;
+  unsigned short m_knotIntervals = 0;
+  bool m_hasSupplementaryArea = false;
+  double m_supplementaryArea = 0.0;
+  bool m_hasVolumeBelow = false;
+  double m_volumeBelow = 0.0;
+
+  std::vector<double> m_rowWeights;  // data rows of the system, for unweighting the fit
+  double m_decScale = 0.0;           // s of the last SetupDecon
+  double m_dof = 0.0, m_rss = 0.0, m_roughness = 0.0;
+  std::vector<SLambdaPoint> m_lambdaCurve;
+  std::vector<std::pair<unsigned short, bool>> m_trials;
+  std::vector<std::string> m_warnings;
 };
