@@ -235,28 +235,30 @@ void CDFTCalc::Run(SInput const& in) {
     return;
   }
 
-  // 4. The solve, at the given λ or the one chosen.
+  // 4. The solve, at the given λ or the one chosen. The sweep keeps the system at weight 1
+  // as normal equations, for the statistics and for trying many weights cheaply.
   CNumMatrix<double> A;
   CNumVector<double> b, x;
-  CNumNNLS solver;
-  auto solveAt = [&](double lambda, CNumVector<double>& sol) {
-    m_lambda = lambda;
-    SetupDecon(A, b, *model, rowBounds, fitClasses, in.logGrid);
-    return fiofla::dft::SolveNonNegative(solver, A, b, sol);
-  };
-  auto effectiveWeight = [&]() { return m_lambda * m_decScale; };
-  bool converged = false;
+  m_lambda = 1.0;
+  SetupDecon(A, b, *model, rowBounds, fitClasses, in.logGrid);
+  fiofla::dft::LambdaSweep sweep(A, b, rows, m_decScale);
   if (in.lambdaMethod == ELambda::kFixed) {
+    m_lambda = in.lambda;
+    SetupDecon(A, b, *model, rowBounds, fitClasses, in.logGrid);
+    CNumNNLS solver;
     solver.Reset();
-    converged = solveAt(in.lambda, x);
+    if (!fiofla::dft::SolveNonNegative(solver, A, b, x)) {
+      m_status = 7;
+      Warn("the non-negative solve did not converge (" +
+           std::to_string(solver.Summary().totalIterations) + " iterations)");
+      return;
+    }
   } else {
     std::vector<CNumVector<double>> solutions;
-    std::vector<double> logRss, logRough;
-    for (int k = 0; k <= 28; ++k) {
-      const double lambda = std::pow(10.0, -6.0 + 0.25 * k);
+    auto tryLambda = [&](double lambda) {
       CNumVector<double> sol;
-      if (!solveAt(lambda, sol)) continue;
-      const auto st = fiofla::dft::Statistics(A, b, rows, effectiveWeight(), sol);
+      if (!sweep.Solve(lambda, sol)) return;
+      const auto st = sweep.Statistics(lambda, sol);
       SLambdaPoint pt;
       pt.lambda = lambda;
       pt.rss = st.rss;
@@ -266,40 +268,53 @@ void CDFTCalc::Run(SInput const& in) {
       pt.gcv = left > 0.0 ? double(rows) * st.rss / (left * left) : HUGE_VAL;
       m_lambdaCurve.push_back(pt);
       solutions.push_back(sol);
-      logRss.push_back(std::log(std::max(st.rss, 1e-300)));
-      logRough.push_back(std::log(std::max(st.roughness, 1e-300)));
-    }
+    };
+    auto best = [&]() {
+      std::size_t pick = 0;
+      for (std::size_t k = 1; k < m_lambdaCurve.size(); ++k)
+        if (m_lambdaCurve[k].gcv < m_lambdaCurve[pick].gcv) pick = k;
+      return pick;
+    };
+    for (int k = 0; k <= 14; ++k) tryLambda(std::pow(10.0, -6.0 + 0.5 * k));
     if (m_lambdaCurve.empty()) {
       m_status = 7;
       Warn("the non-negative solve did not converge at any regularisation weight");
       return;
     }
-    std::size_t pick = 0;
-    for (std::size_t k = 1; k < m_lambdaCurve.size(); ++k)
-      if (m_lambdaCurve[k].gcv < m_lambdaCurve[pick].gcv) pick = k;
+    const std::size_t coarse = m_lambdaCurve.size();
+    std::size_t pick = best();
+    const bool atTop = pick + 1 == coarse && coarse > 1;
     if (in.lambdaMethod == ELambda::kLCurve) {
+      std::vector<double> logRss, logRough;
+      for (SLambdaPoint const& pt : m_lambdaCurve) {
+        logRss.push_back(std::log(std::max(pt.rss, 1e-300)));
+        logRough.push_back(std::log(std::max(pt.roughness, 1e-300)));
+      }
       const int corner = fiofla::dft::LCurveCorner(logRss, logRough);
       if (corner >= 0)
         pick = std::size_t(corner);
       else
         Warn("the L-curve has no corner; λ was chosen by generalised cross-validation");
+    } else {
+      // The minimum refined to an eighth of a decade.
+      for (double step : {0.25, 0.125}) {
+        const double centre = std::log10(m_lambdaCurve[pick].lambda);
+        tryLambda(std::pow(10.0, centre - step));
+        tryLambda(std::pow(10.0, centre + step));
+        pick = best();
+      }
     }
-    if (pick + 1 == m_lambdaCurve.size() && m_lambdaCurve.size() > 1)
+    if (atTop && pick + 1 >= coarse)
       Warn("λ was chosen at the top of its search range (" + Num(m_lambdaCurve[pick].lambda) +
            "): the distribution is as smooth as the search allows and may be over-smoothed");
     x = solutions[pick];
     m_lambda = m_lambdaCurve[pick].lambda;
+    std::sort(m_lambdaCurve.begin(), m_lambdaCurve.end(),
+              [](SLambdaPoint const& l, SLambdaPoint const& r) { return l.lambda < r.lambda; });
     SetupDecon(A, b, *model, rowBounds, fitClasses, in.logGrid);
-    converged = true;
-  }
-  if (!converged) {
-    m_status = 7;
-    Warn("the non-negative solve did not converge (" +
-         std::to_string(solver.Summary().totalIterations) + " iterations)");
-    return;
   }
   {
-    const auto st = fiofla::dft::Statistics(A, b, rows, effectiveWeight(), x);
+    const auto st = sweep.Statistics(m_lambda, x);
     m_dof = st.dof;
     m_rss = st.rss;
   }

@@ -7,6 +7,11 @@
 #include "fiofla/num/bspline.h"
 
 namespace fiofla::dft {
+namespace {
+
+using MatrixRM = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
+
+}  // namespace
 
 bool SolveNonNegative(CNumNNLS& solver, CNumMatrix<double> const& A, CNumVector<double> const& b,
                       CNumVector<double>& x) {
@@ -27,36 +32,85 @@ bool SolveNonNegative(CNumNNLS& solver, CNumMatrix<double> const& A, CNumVector<
   return done;
 }
 
-FitStatistics Statistics(CNumMatrix<double> const& A, CNumVector<double> const& b,
-                         std::size_t dataRows, double weight, CNumVector<double> const& x) {
-  const std::size_t m = A.rows(), n = A.cols();
+LambdaSweep::LambdaSweep(CNumMatrix<double> const& A1, CNumVector<double> const& b1,
+                         std::size_t dataRows, double scale)
+    : m_n(A1.cols()), m_scale(scale) {
+  const std::size_t m = A1.rows(), n = m_n;
+  m_d.resize(dataRows * n);
+  m_b.resize(dataRows);
+  for (std::size_t i = 0; i < dataRows; ++i) {
+    m_b[i] = b1[i];
+    for (std::size_t j = 0; j < n; ++j) m_d[i * n + j] = A1(i, j);
+  }
+  MatrixRM l(Eigen::Index(m - dataRows), Eigen::Index(n));
+  for (std::size_t i = dataRows; i < m; ++i)
+    for (std::size_t j = 0; j < n; ++j) l(Eigen::Index(i - dataRows), Eigen::Index(j)) = A1(i, j);
+  const Eigen::Map<const MatrixRM> d(m_d.data(), Eigen::Index(dataRows), Eigen::Index(n));
+  const Eigen::Map<const Eigen::VectorXd> bv(m_b.data(), Eigen::Index(dataRows));
+  m_g.resize(n * n);
+  m_r.resize(n * n);
+  m_atb.resize(n);
+  Eigen::Map<MatrixRM>(m_g.data(), Eigen::Index(n), Eigen::Index(n)).noalias() = d.transpose() * d;
+  Eigen::Map<MatrixRM>(m_r.data(), Eigen::Index(n), Eigen::Index(n)).noalias() = l.transpose() * l;
+  Eigen::Map<Eigen::VectorXd>(m_atb.data(), Eigen::Index(n)).noalias() = d.transpose() * bv;
+  m_btb = bv.squaredNorm();
+}
+
+bool LambdaSweep::Solve(double lambda, CNumVector<double>& x) {
+  const std::size_t n = m_n;
+  const double mu = lambda * lambda;
+  // Columns scaled to unit length, as SolveNonNegative does.
+  std::vector<double> norm(n);
+  for (std::size_t j = 0; j < n; ++j) {
+    const double d = m_g[j * n + j] + mu * m_r[j * n + j];
+    norm[j] = d > 0.0 ? std::sqrt(d) : 1.0;
+  }
+  CNumMatrix<double> ata(n, n);
+  CNumVector<double> atb(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    atb[i] = m_atb[i] / norm[i];
+    for (std::size_t j = 0; j < n; ++j)
+      ata(i, j) = (m_g[i * n + j] + mu * m_r[i * n + j]) / (norm[i] * norm[j]);
+  }
+  m_solver.SetNormalEquations(ata, atb, m_btb);
+  m_solver.SetSettings(1e-7, 1e-5, 1, 100);
+  bool done = m_solver.Run();
+  if (!done && m_solver.Summary().stop == CNumNNLS::EStop::kIterationLimit) done = m_solver.Run();
+  x.SetDim(n);
+  for (std::size_t j = 0; j < n; ++j) x[j] = m_solver.Solution()[j] / norm[j];
+  return done;
+}
+
+FitStatistics LambdaSweep::Statistics(double lambda, CNumVector<double> const& x) const {
+  const std::size_t n = m_n, m = m_b.size();
   FitStatistics s;
   for (std::size_t i = 0; i < m; ++i) {
-    double r = i < dataRows ? -b[i] : 0.0;
-    for (std::size_t j = 0; j < n; ++j) r += A(i, j) * x[j];
-    (i < dataRows ? s.rss : s.roughness) += r * r;
+    double r = -m_b[i];
+    for (std::size_t j = 0; j < n; ++j) r += m_d[i * n + j] * x[j];
+    s.rss += r * r;
   }
-  s.roughness = weight > 0.0 ? s.roughness / (weight * weight) : 0.0;
   std::vector<Eigen::Index> free;
   for (std::size_t j = 0; j < n; ++j)
     if (x[j] > 0.0) free.push_back(Eigen::Index(j));
+  double rough = 0.0;
+  for (Eigen::Index a : free)
+    for (Eigen::Index c : free)
+      rough += x[std::size_t(a)] * m_r[std::size_t(a) * n + std::size_t(c)] * x[std::size_t(c)];
+  s.roughness = m_scale > 0.0 ? rough / (m_scale * m_scale) : 0.0;
   const Eigen::Index p = Eigen::Index(free.size());
   if (p == 0) return s;
-  Eigen::MatrixXd d(Eigen::Index(dataRows), p), r(Eigen::Index(m - dataRows), p);
-  for (Eigen::Index c = 0; c < p; ++c) {
-    const std::size_t j = std::size_t(free[std::size_t(c)]);
-    for (std::size_t i = 0; i < dataRows; ++i) d(Eigen::Index(i), c) = A(i, j);
-    for (std::size_t i = dataRows; i < m; ++i) r(Eigen::Index(i - dataRows), c) = A(i, j);
-  }
-  const Eigen::MatrixXd g = d.transpose() * d;
-  const Eigen::MatrixXd h = g + r.transpose() * r;
+  Eigen::MatrixXd g{p, p}, h{p, p};
+  const double mu = lambda * lambda;
+  for (Eigen::Index a = 0; a < p; ++a)
+    for (Eigen::Index c = 0; c < p; ++c) {
+      const std::size_t k =
+          std::size_t(free[std::size_t(a)]) * n + std::size_t(free[std::size_t(c)]);
+      g(a, c) = m_g[k];
+      h(a, c) = m_g[k] + mu * m_r[k];
+    }
   // trace(H⁻¹ G): the influence matrix D H⁻¹ Dᵀ has the same trace.
-  const Eigen::LDLT<Eigen::MatrixXd> ldlt(h);
-  if (ldlt.info() != Eigen::Success) {
-    s.dof = double(p);
-    return s;
-  }
-  s.dof = ldlt.solve(g).trace();
+  const Eigen::LLT<Eigen::MatrixXd> llt(h);
+  s.dof = llt.info() == Eigen::Success ? llt.solve(g).trace() : double(p);
   if (!std::isfinite(s.dof)) s.dof = double(p);
   return s;
 }

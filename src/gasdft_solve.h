@@ -17,15 +17,33 @@ namespace fiofla::dft {
 bool SolveNonNegative(CNumNNLS& solver, CNumMatrix<double> const& A, CNumVector<double> const& b,
                       CNumVector<double>& x);
 
-/// The statistics of a solution of a system whose first `dataRows` rows are the data and the
-/// rest the roughness rows: the data's residual sum of squares, the roughness rows' sum of
-/// squares divided by `weight`² (0 when weight is 0), and the effective degrees of freedom
+/// What a solution costs: the data's residual sum of squares, the roughness (the sum of
+/// squares of the unweighted roughness rows times x) and the effective degrees of freedom
 /// (the trace of the influence matrix over the classes with x > 0).
 struct FitStatistics {
   double rss = 0.0, roughness = 0.0, dof = 0.0;
 };
-FitStatistics Statistics(CNumMatrix<double> const& A, CNumVector<double> const& b,
-                         std::size_t dataRows, double weight, CNumVector<double> const& x);
+
+/// The system of SetupDecon at weight 1 (the first `dataRows` rows the data D, the rest the
+/// roughness rows s L) kept as normal equations, so that each λ costs O(n²) to set up:
+/// AᵀA(λ) = DᵀD + λ² (sL)ᵀ(sL), Aᵀb = Dᵀb. The solver keeps its free set from one λ to the
+/// next.
+class LambdaSweep {
+ public:
+  LambdaSweep(CNumMatrix<double> const& A1, CNumVector<double> const& b1, std::size_t dataRows,
+              double scale);
+  /// Solves at λ as SolveNonNegative does; false when it did not converge.
+  bool Solve(double lambda, CNumVector<double>& x);
+  FitStatistics Statistics(double lambda, CNumVector<double> const& x) const;
+
+ private:
+  std::size_t m_n = 0;
+  std::vector<double> m_d, m_b;  // D row-major, b of the data rows
+  std::vector<double> m_g, m_r;  // DᵀD and (sL)ᵀ(sL), n × n
+  std::vector<double> m_atb;     // Dᵀb
+  double m_btb = 0.0, m_scale = 1.0;
+  CNumNNLS m_solver;
+};
 
 /// The index of the L-curve corner of the points (log rss, log roughness), λ ascending:
 /// the largest curvature turning towards the origin; -1 when the curve has no corner.

@@ -93,7 +93,7 @@ TEST(DFTCalcRecovery, TwoPeaksWithAutomaticLambdaWithAndWithoutNoise) {
       const CDFTCalc calc(in);
       ExpectRecovered(calc, c);
       EXPECT_GT(calc.GetLambda(), 0.0);
-      EXPECT_EQ(calc.GetLambdaCurve().size(), 29u);
+      EXPECT_GE(calc.GetLambdaCurve().size(), 15u);
       EXPECT_GT(calc.GetDegreesOfFreedom(), 1.0);
       EXPECT_LT(calc.GetDegreesOfFreedom(), double(c.mp.size()));
       // The fitted isotherm follows the measured one to the noise.

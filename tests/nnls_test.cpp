@@ -160,6 +160,31 @@ TEST(NNLS, WarmStartsAndTheIterationBudget) {
   }
   EXPECT_LT(warmSteps, coldSteps);
 
+  // The same problem given as normal equations reaches the same solution and residual.
+  {
+    const Problem q = Kernel(100, 100, 4e-3);
+    const std::size_t m = q.a.rows(), n = q.a.cols();
+    CNumMatrix<double> ata(n, n);
+    CNumVector<double> atb(n);
+    double btb = 0.0;
+    for (std::size_t i = 0; i < m; ++i) {
+      btb += q.b[i] * q.b[i];
+      for (std::size_t j = 0; j < n; ++j) {
+        atb[j] += q.a(i, j) * q.b[i];
+        for (std::size_t k = 0; k < n; ++k) ata(j, k) += q.a(i, j) * q.a(i, k);
+      }
+    }
+    CNumNNLS direct(q.a, q.b), normal;
+    normal.SetNormalEquations(ata, atb, btb);
+    for (CNumNNLS* s : {&direct, &normal}) s->SetSettings(1e-13, 0.0, 0, 1000);
+    ASSERT_TRUE(direct.Run());
+    ASSERT_TRUE(normal.Run());
+    for (std::size_t j = 0; j < n; ++j)
+      EXPECT_NEAR(normal.Solution()[j], direct.Solution()[j],
+                  1e-7 * (1.0 + std::fabs(direct.Solution()[j])));
+    EXPECT_NEAR(normal.ResidualNorm(), direct.ResidualNorm(), 1e-6 * direct.ResidualNorm());
+  }
+
   // Sizes that disagree or values that are not finite are no problem to solve.
   CNumVector<double> shortB(3);
   CNumNNLS bad(p.a, shortB);

@@ -234,12 +234,12 @@ class CDFTDualModel : public CDFTModelBase {
 /// - The solver sees the columns scaled to unit length (a change of variables that leaves
 ///   the solution alone and makes the normal equations far better conditioned).
 /// - λ: fixed (kFixed, SInput::lambda; 0 adds no roughness rows), or chosen over a log grid
-///   from 1e-6 to 10 (four values a decade, each solve warm-started from the previous) by
-///   generalised cross-validation (kGcv, the default: minimum of m·RSS / (m − dof)², dof
-///   being the trace of the influence matrix on the free classes) or by the corner of the
-///   L-curve (kLCurve: largest curvature of log RSS against log roughness). λ is
-///   dimensionless: the roughness rows are scaled by s, which balances them against the
-///   kernel, so λ = 1 weighs roughness and misfit alike.
+///   from 1e-6 to 10, two values a decade, each solve warm-started from the previous: by
+///   generalised cross-validation (kGcv, the default: the minimum of m·RSS / (m − dof)²,
+///   dof being the trace of the influence matrix over the classes with x > 0, refined to an
+///   eighth of a decade) or by the corner of the L-curve (kLCurve: the largest curvature of
+///   log RSS against log roughness). λ is dimensionless: the roughness rows are scaled by s,
+///   which balances them against the kernel, so λ = 1 weighs roughness and misfit alike.
 /// - The roughness: on the log width grid (logGrid true, CalculateRMSRoughness) or on the
 ///   class index (false; CalculateRMSRoughnessOldMethod: the RMS of the plain second
 ///   differences y[k−1] − 2 y[k] + y[k+1] over the interior classes, 0 below 3 classes).

@@ -22,6 +22,7 @@ void CNumNNLS::SetProblem(CNumMatrix<double> const& A, CNumVector<double> const&
   m_valid = b.size() == m && n > 0 && m > 0;
   m_a.assign(m * n, 0.0);
   m_b.assign(m, 0.0);
+  m_btb = 0.0;
   for (std::size_t i = 0; i < m && m_valid; ++i) {
     m_b[i] = b[i];
     m_valid = m_valid && std::isfinite(b[i]);
@@ -39,6 +40,34 @@ void CNumNNLS::SetProblem(CNumMatrix<double> const& A, CNumVector<double> const&
     Eigen::Map<Eigen::VectorXd> atb(m_atb.data(), Eigen::Index(n));
     ata.noalias() = a.transpose() * a;
     atb.noalias() = a.transpose() * bv;
+  }
+  m_scale = 0.0;
+  for (double v : m_atb) m_scale = std::max(m_scale, std::fabs(v));
+  if (!keep) m_free.assign(n, 0);
+  m_x.SetDim(n);
+  for (std::size_t j = 0; j < n; ++j) m_x[j] = 0.0;
+  m_summary = SSummary();
+}
+
+void CNumNNLS::SetNormalEquations(CNumMatrix<double> const& AtA, CNumVector<double> const& Atb,
+                                  double btb) {
+  const std::size_t n = AtA.rows();
+  const bool keep = m_options.warmStart && n == m_cols && m_free.size() == n;
+  m_rows = 0;
+  m_cols = n;
+  m_valid = n > 0 && AtA.cols() == n && Atb.size() == n && std::isfinite(btb);
+  m_a.clear();
+  m_b.clear();
+  m_btb = btb;
+  m_ata.assign(n * n, 0.0);
+  m_atb.assign(n, 0.0);
+  for (std::size_t i = 0; i < n && m_valid; ++i) {
+    m_atb[i] = Atb[i];
+    m_valid = m_valid && std::isfinite(Atb[i]);
+    for (std::size_t j = 0; j < n; ++j) {
+      m_ata[i * n + j] = AtA(i, j);
+      m_valid = m_valid && std::isfinite(AtA(i, j));
+    }
   }
   m_scale = 0.0;
   for (double v : m_atb) m_scale = std::max(m_scale, std::fabs(v));
@@ -200,6 +229,16 @@ bool CNumNNLS::Run() {
 }
 
 double CNumNNLS::ResidualNorm() const {
+  if (m_a.empty()) {
+    // |Ax − b|² = bᵀb − 2 xᵀAᵀb + xᵀAᵀA x.
+    double sum = m_btb;
+    for (std::size_t j = 0; j < m_cols; ++j) {
+      double row = 0.0;
+      for (std::size_t k = 0; k < m_cols; ++k) row += m_ata[j * m_cols + k] * m_x[k];
+      sum += m_x[j] * (row - 2.0 * m_atb[j]);
+    }
+    return std::sqrt(std::max(0.0, sum));
+  }
   double sum = 0.0;
   for (std::size_t i = 0; i < m_rows; ++i) {
     double r = -m_b[i];

@@ -79,6 +79,10 @@ class CNumNNLS : public CNumLongFunction {
 
   /// Replaces the problem; with warmStart and the same column count the free set is kept.
   void SetProblem(CNumMatrix<double> const& A, CNumVector<double> const& b);
+  /// Replaces the problem by its normal equations AᵀA (n × n, symmetric), Aᵀb and bᵀb, for
+  /// callers that sweep a weight and update AᵀA themselves in O(n²) instead of O(m n²). The
+  /// same warm-start rule as SetProblem.
+  void SetNormalEquations(CNumMatrix<double> const& AtA, CNumVector<double> const& Atb, double btb);
   /// Sets the four settings in the order the DFT calculation passes them.
   void SetSettings(double gradientTolerance, double zeroTolerance, int warmStart,
                    int maxIterations);
@@ -102,8 +106,9 @@ class CNumNNLS : public CNumLongFunction {
   SOptions m_options;
   SSummary m_summary;
   std::size_t m_rows = 0, m_cols = 0;
-  std::vector<double> m_a;  // A, row-major, for residuals
+  std::vector<double> m_a;  // A, row-major, for residuals (empty for normal equations)
   std::vector<double> m_b;
+  double m_btb = 0.0;         // bᵀb, for the residual of normal equations
   std::vector<double> m_ata;  // AᵀA, n × n
   std::vector<double> m_atb;  // Aᵀb
   double m_scale = 0.0;       // |Aᵀb|∞
