@@ -95,7 +95,8 @@ class CNumNNLS : public CNumLongFunction {
   /// The current solution (n entries, all >= 0).
   CNumVector<double> const& Solution() const { return m_x; }
   SSummary const& Summary() const { return m_summary; }
-  /// |A x − b| of the current solution.
+  /// |A x − b| of the current solution (from normal equations it is found through bᵀb and
+  /// cancels: accurate to the rounding of |b|², not of |A x − b|²).
   double ResidualNorm() const;
 
  private:
