@@ -91,7 +91,8 @@ bool AllFinite(std::vector<double> const& v) {
 
 }  // namespace
 
-CDFTCalc::CDFTCalc(SInput const& input) : m_lambda(input.lambda), m_kind(input.kind) {
+CDFTCalc::CDFTCalc(SInput const& input)
+    : m_lambda(input.lambda), m_lambdaMethod(input.lambdaMethod), m_kind(input.kind) {
   Run(input);
   if (m_status == 0 && !m_warnings.empty()) m_status = 10;
 }

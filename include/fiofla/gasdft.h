@@ -348,6 +348,7 @@ class CDFTCalc {
   /// The regularisation weight used, the effective degrees of freedom of the fit and the
   /// weighted residual sum of squares there; the weights tried when λ was chosen.
   double GetLambda() const { return m_lambda; }
+  ELambda GetLambdaMethod() const { return m_lambdaMethod; }
   double GetDegreesOfFreedom() const { return m_dof; }
   double GetResidualSumOfSquares() const { return m_rss; }
   std::vector<SLambdaPoint> const& GetLambdaCurve() const { return m_lambdaCurve; }
@@ -376,6 +377,7 @@ class CDFTCalc {
   void Warn(std::string text) { m_warnings.push_back(std::move(text)); }
 
   double m_lambda = 0.0;
+  ELambda m_lambdaMethod = ELambda::kGcv;
   int m_kind = 0;
   bool m_dual = false;
   int m_status = 0;
