@@ -51,5 +51,6 @@
 #include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"
 #include "fiofla/datagasadsorption.h"
+#include "fiofla/dft_kernels.h"
 #include "fiofla/gasdft.h"
 #include "fiofla/report_bet.h"

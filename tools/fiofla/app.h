@@ -57,5 +57,6 @@ void AddPoreCommands(CLI::App& app, Commands& commands);
 void AddReduceCommands(CLI::App& app, Commands& commands);
 void AddConvertCommand(CLI::App& app, Commands& commands);
 void AddGasCommand(CLI::App& app, Commands& commands);
+void AddKernelCommand(CLI::App& app, Commands& commands);
 
 }  // namespace fiofla::cli

@@ -1,0 +1,208 @@
+// `fiofla kernel`, driven in-process: a CSV imported, then listed and shown from a kernel
+// directory in text and JSON; refusals of incomplete or bad imports; help and README agree.
+#include <rapidjson/document.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "cli.h"
+#include "fiofla/dft_kernels.h"
+#include "test_util.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ToolRun {
+  int code;
+  std::string out;
+  std::string err;
+};
+
+ToolRun RunTool(const std::vector<std::string>& args) {
+  std::ostringstream out, err;
+  const int code = fiofla::cli::Run(args, out, err);
+  return {code, out.str(), err.str()};
+}
+
+struct TempDir {
+  TempDir()
+      : path(fs::temp_directory_path() / ("fiofla-kernel-tool-" + std::to_string(::getpid()))) {
+    fs::remove_all(path);
+    fs::create_directories(path);
+  }
+  ~TempDir() { fs::remove_all(path); }
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
+  fs::path path;
+};
+
+// Widths in nm, values per cm3 of pore (cylinders), as a published table might give them.
+const char* kCsv =
+    "# test kernel\n"
+    "P/Po\t1\t2\t5\n"
+    "0.001\t400\t100\t10\n"
+    "0.1\t600\t500\t80\n"
+    "0.8\t700\t690\t650\n";
+
+std::vector<std::string> ConvertArgs(const std::string& csv, const std::string& out) {
+  return {"kernel", "convert",    csv,        "-o",    out,  "--width-unit",  "nm",   "--basis",
+          "volume", "--geometry", "cylinder", "--gas", "N2", "--temperature", "77.35"};
+}
+
+rapidjson::Document Json(const std::string& text) {
+  rapidjson::Document doc;
+  doc.Parse(text.c_str());
+  EXPECT_FALSE(doc.HasParseError()) << text;
+  return doc;
+}
+
+TEST(ToolKernel, ConvertThenListAndShowFromTheKernelDirectory) {
+  TempDir dir;
+  std::ofstream(dir / "table.csv") << kCsv;
+  const std::string kernel = dir / "n2_cyl.dftk";
+  const auto conv = RunTool(ConvertArgs(dir / "table.csv", kernel));
+  ASSERT_EQ(conv.code, 0) << conv.err;
+  EXPECT_NE(conv.out.find("Wrote the kernel " + kernel), std::string::npos) << conv.out;
+
+  // What the tool wrote is what the library reads from the same table.
+  fiofla::KernelCsvOptions o;
+  o.widthUnit = fiofla::KernelWidthUnit::kNanometre;
+  o.basis = fiofla::KernelBasis::kPoreVolume;
+  o.geometry = eDFTGeometryCylinder;
+  o.gas = "N2";
+  o.temperatureK = 77.35;
+  const CDFTModel expected = fiofla::ParseKernelCsv(kCsv, dir / "table.csv", o);
+  const CDFTModel written = fiofla::LoadKernel(kernel);
+  ASSERT_EQ(written.Kernel().rows(), 3u);
+  for (std::size_t i = 0; i < 3; ++i)
+    for (std::size_t j = 0; j < 3; ++j) EXPECT_EQ(written.Kernel()(i, j), expected.Kernel()(i, j));
+  // 400 cm3/cm3 in 1 nm cylinders: 400 × 10 Å × 1e-4 / 4 cm3 STP per m2 of wall.
+  EXPECT_REL_CLOSE(written.Kernel()(0, 0), 0.1, 1e-12);
+
+  const auto list = RunTool({"kernel", "list", "--kernel-dir", dir.path.string()});
+  ASSERT_EQ(list.code, 0) << list.err;
+  EXPECT_NE(list.out.find("n2_cyl"), std::string::npos) << list.out;
+  EXPECT_NE(list.out.find("cylinder"), std::string::npos) << list.out;
+
+  const auto listJson = RunTool({"kernel", "list", "--kernel-dir", dir.path.string(), "--json"});
+  ASSERT_EQ(listJson.code, 0) << listJson.err;
+  const auto listed = Json(listJson.out);
+  EXPECT_EQ(std::string(listed["kernel_directory"].GetString()), dir.path.string());
+  ASSERT_EQ(listed["kernels"].Size(), 1u);
+  const auto& entry = listed["kernels"][0];
+  EXPECT_EQ(std::string(entry["name"].GetString()), "n2_cyl");
+  EXPECT_TRUE(entry["readable"].GetBool());
+  EXPECT_EQ(entry["width_count"].GetInt(), 3);
+  EXPECT_EQ(entry["width_max_angstrom"].GetDouble(), 50.0);
+
+  // By name through the environment's directory, and by path.
+  ::setenv("FIOFLA_KERNEL_DIR", dir.path.c_str(), 1);
+  const auto show = RunTool({"kernel", "show", "n2_cyl", "--json", "--grids"});
+  ::unsetenv("FIOFLA_KERNEL_DIR");
+  ASSERT_EQ(show.code, 0) << show.err;
+  const auto shown = Json(show.out);
+  EXPECT_EQ(std::string(shown["path"].GetString()), kernel);
+  EXPECT_EQ(std::string(shown["gas"].GetString()), "N2");
+  EXPECT_EQ(std::string(shown["geometry"].GetString()), "cylinder");
+  EXPECT_EQ(std::string(shown["model_name"].GetString()), "table");
+  EXPECT_EQ(std::string(shown["header_value"].GetString()), "0x0000000000000000");
+  EXPECT_EQ(shown["pressure_min"].GetDouble(), 0.001);
+  EXPECT_EQ(shown["width_min_nm"].GetDouble(), 1.0);
+  ASSERT_EQ(shown["pressures"].Size(), 3u);
+  EXPECT_EQ(shown["widths_angstrom"][2].GetDouble(), 50.0);
+  // The smallest value: 10 cm3/cm3 in 5 nm cylinders, 10 × 50 Å × 1e-4 / 4.
+  EXPECT_REL_CLOSE(shown["value_min_cm3_stp_per_m2"].GetDouble(), 0.0125, 1e-12);
+
+  const auto text = RunTool({"kernel", "show", kernel, "--grids"});
+  ASSERT_EQ(text.code, 0) << text.err;
+  EXPECT_NE(text.out.find("Pore widths         3, 10 to 50 \xC3\x85 (1 to 5 nm)"),
+            std::string::npos)
+      << text.out;
+  EXPECT_NE(text.out.find("Pressure grid (P/Po):\n    0.001 0.1 0.8\n"), std::string::npos)
+      << text.out;
+}
+
+TEST(ToolKernel, IncompleteOrBadImportsAreRefusedAndWriteNothing) {
+  TempDir dir;
+  std::ofstream(dir / "table.csv") << kCsv;
+  std::ofstream(dir / "bad.csv") << "P,1,2\n0.2,1,1\n0.1,1,1\n";
+  const std::string out = dir / "k.dftk";
+  // Each needed option left out in turn (with its value).
+  const std::vector<std::string> full = ConvertArgs(dir / "table.csv", out);
+  for (const std::string option :
+       {"--width-unit", "--basis", "--geometry", "--gas", "--temperature"}) {
+    std::vector<std::string> args;
+    for (std::size_t k = 0; k < full.size(); ++k) {
+      if (full[k] == option) {
+        ++k;
+        continue;
+      }
+      args.push_back(full[k]);
+    }
+    const auto r = RunTool(args);
+    SCOPED_TRACE(option);
+    EXPECT_EQ(r.code, fiofla::cli::kExitUsageError);
+    EXPECT_NE(r.err.find("fiofla kernel convert: " + option), std::string::npos) << r.err;
+  }
+  std::vector<std::string> badUnit = full;
+  badUnit[6] = "mm";
+  const auto unit = RunTool(badUnit);
+  EXPECT_EQ(unit.code, fiofla::cli::kExitUsageError);
+  EXPECT_NE(unit.err.find("--width-unit 'mm' is not nm or A"), std::string::npos) << unit.err;
+
+  const auto bad = RunTool(ConvertArgs(dir / "bad.csv", out));
+  EXPECT_EQ(bad.code, fiofla::cli::kExitInputError);
+  EXPECT_NE(bad.err.find(dir / "bad.csv" + ":3: column 1: P/Po 0.1 is not above 0.2"),
+            std::string::npos)
+      << bad.err;
+  EXPECT_FALSE(fs::exists(out));
+
+  const auto missing = RunTool({"kernel", "show", "nothing", "--kernel-dir", dir.path.string()});
+  EXPECT_EQ(missing.code, fiofla::cli::kExitInputError);
+  EXPECT_NE(missing.err.find("no kernel 'nothing'"), std::string::npos) << missing.err;
+  EXPECT_NE(missing.err.find("holds no .dftk files"), std::string::npos) << missing.err;
+
+  EXPECT_EQ(RunTool({"kernel"}).code, fiofla::cli::kExitUsageError);
+  EXPECT_EQ(RunTool({"kernel", "show"}).code, fiofla::cli::kExitUsageError);
+}
+
+std::set<std::string> OptionsIn(const std::string& text) {
+  std::set<std::string> names;
+  static const std::regex option("--[a-z0-9][a-z0-9-]*");
+  for (auto it = std::sregex_iterator(text.begin(), text.end(), option);
+       it != std::sregex_iterator(); ++it)
+    names.insert(it->str());
+  names.erase("--help");
+  return names;
+}
+
+TEST(ToolKernel, TheReadmeCommandListAndTheHelpAgree) {
+  std::ifstream in(std::string(FIOFLA_DATA_DIR) + "/../README.md");
+  const std::string readme((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const auto start = readme.find("## The tool\n\n```\n");
+  ASSERT_NE(start, std::string::npos);
+  const auto end = readme.find("```\n", start + 17);
+  std::istringstream block(readme.substr(start + 17, end - start - 17));
+  std::string line, listed;
+  bool inKernel = false;
+  while (std::getline(block, line)) {
+    if (line.rfind("fiofla ", 0) == 0) inKernel = line.rfind("fiofla kernel ", 0) == 0;
+    if (inKernel) listed += line + "\n";
+  }
+  ASSERT_FALSE(listed.empty());
+  std::set<std::string> help;
+  for (const char* sub : {"list", "show", "convert"}) {
+    const auto r = RunTool({"kernel", sub, "--help"});
+    ASSERT_EQ(r.code, 0) << sub;
+    const auto names = OptionsIn(r.out);
+    help.insert(names.begin(), names.end());
+  }
+  EXPECT_EQ(help, OptionsIn(listed));
+}
+
+}  // namespace
