@@ -119,17 +119,17 @@ void CDFTCalc::Run(SInput const& in) {
   };
   auto check = [&](CDFTModel const& model, CStr const& gas, double t, const char* which) {
     CDFTModelSpecBase const& h = model.Header();
+    const std::string kernel = *which ? std::string("The ") + which + " kernel" : "The kernel";
     if (!gas.empty() && !h.IsGasMatch(gas)) {
       if (m_status == 0) m_status = 2;
-      Warn(std::string("The ") + which + " kernel is for " + h.gasName.str() +
-           ", the isotherm is of " + gas.str() +
+      Warn(kernel + " is for " + h.gasName.str() + ", the isotherm is of " + gas.str() +
            ": the result is not a pore-size distribution "
            "of this measurement");
     }
     if (t > 0.0 && !h.IsTemperatureMatch(t)) {
       if (m_status == 0) m_status = 4;
-      Warn(std::string("The ") + which + " kernel is for " + Num(h.temperature) +
-           " K, the isotherm was measured at " + Num(t) + " K (more than 2 K apart)");
+      Warn(kernel + " is for " + Num(h.temperature) + " K, the isotherm was measured at " + Num(t) +
+           " K (more than 2 K apart)");
     }
   };
   auto model1 = load(in.modelFile, in.model);

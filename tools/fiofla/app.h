@@ -58,5 +58,6 @@ void AddReduceCommands(CLI::App& app, Commands& commands);
 void AddConvertCommand(CLI::App& app, Commands& commands);
 void AddGasCommand(CLI::App& app, Commands& commands);
 void AddKernelCommand(CLI::App& app, Commands& commands);
+void AddDftCommand(CLI::App& app, Commands& commands);
 
 }  // namespace fiofla::cli

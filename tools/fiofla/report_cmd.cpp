@@ -7,11 +7,13 @@
 
 #include "cli.h"
 #include "cli_common.h"
+#include "dft_options.h"
 #include "fiofla/datagasadsorption.h"
 #include "fiofla/io/file_util.h"
 #include "fiofla/report/report_render.h"
 #include "fiofla/report/report_text.h"
 #include "fiofla/report_bet.h"
+#include "fiofla/report_dft.h"
 #include "fiofla/report_pores.h"
 #include "pore_options.h"
 
@@ -27,6 +29,7 @@ struct ReportOptions {
   BetSettings bet;
   IsothermReadOptions input;
   PoreSettings pore;
+  DftSettings dft;
   std::string units;
   double molarMassGPerMol = 0.0;
 };
@@ -226,6 +229,15 @@ void AddPorePages(const IsothermData& iso, const BetRun& run, const ReportOption
                              Num(opt.pore.kelvinAngstrom) + " Å";
     AddBjhSection(*bjh.calc, CStr(what), pages.back().get(), nullptr, bjh.Wording(iso));
   }
+  if (!opt.dft.kernel.empty()) {
+    const DftRun dft = RunDftOn(iso, nullptr, opt.dft);
+    CNumVector<double> widths;
+    dft.calc->GetPoreDiameters(widths);
+    if (widths.size() >= 2) {
+      pages.push_back(std::make_unique<CReportPageData>(CStr("DFT report: ") + file));
+      AddDftSection(*dft.calc, CStr(dft.description), pages.back().get(), nullptr);
+    }
+  }
 }
 
 std::vector<std::unique_ptr<CReportPageData>> BuildPages(const ReportOptions& opt,
@@ -354,6 +366,7 @@ void AddReportCommand(CLI::App& app, Commands& commands) {
   AddCommonPoreOptions(cmd, opt->pore);
   AddTPlotOptions(cmd, opt->pore, false);
   AddBjhOptions(cmd, opt->pore);
+  AddDftOptions(cmd, opt->dft, false);
   cmd->add_option_function<std::string>(
          "--units",
          [opt](const std::string& v) {
