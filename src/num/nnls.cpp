@@ -38,7 +38,10 @@ void CNumNNLS::SetProblem(CNumMatrix<double> const& A, CNumVector<double> const&
     const Eigen::Map<const Eigen::VectorXd> bv(m_b.data(), Eigen::Index(m));
     Eigen::Map<MatrixRM> ata(m_ata.data(), Eigen::Index(n), Eigen::Index(n));
     Eigen::Map<Eigen::VectorXd> atb(m_atb.data(), Eigen::Index(n));
-    ata.noalias() = a.transpose() * a;
+    // Half the products: the lower triangle by a rank update, then mirrored.
+    ata.setZero();
+    ata.selfadjointView<Eigen::Lower>().rankUpdate(a.transpose());
+    ata.triangularView<Eigen::StrictlyUpper>() = ata.transpose();
     atb.noalias() = a.transpose() * bv;
   }
   m_scale = 0.0;
@@ -91,30 +94,53 @@ void CNumNNLS::Reset() {
   m_summary = SSummary();
 }
 
-// Least squares over the free columns: z (n entries, 0 off the free set).
-bool CNumNNLS::SolveFree(std::vector<double>& z) const {
-  const std::size_t n = m_cols;
-  std::vector<Eigen::Index> idx;
-  for (std::size_t j = 0; j < n; ++j)
-    if (m_free[j]) idx.push_back(Eigen::Index(j));
-  z.assign(n, 0.0);
-  if (idx.empty()) return true;
-  const Eigen::Index p = Eigen::Index(idx.size());
-  Eigen::MatrixXd g(p, p);
-  Eigen::VectorXd r(p);
-  for (Eigen::Index a = 0; a < p; ++a) {
-    r(a) = m_atb[std::size_t(idx[std::size_t(a)])];
-    for (Eigen::Index c = 0; c < p; ++c)
-      g(a, c) = m_ata[std::size_t(idx[std::size_t(a)]) * n + std::size_t(idx[std::size_t(c)])];
+// The Cholesky factor L (row-major, n × n storage, the first p rows used) of AᵀA restricted
+// to the free columns, in the order they joined: a column that joins adds one row in O(p²);
+// a column that leaves makes the factor be rebuilt.
+bool CNumNNLS::AppendToFactor(std::size_t j) {
+  const std::size_t p = m_order.size(), n = m_cols;
+  double* row = &m_chol[p * n];
+  double d = m_ata[j * n + j];
+  for (std::size_t k = 0; k < p; ++k) {
+    const double* lk = &m_chol[k * n];
+    double v = m_ata[m_order[k] * n + j];
+    for (std::size_t q = 0; q < k; ++q) v -= lk[q] * row[q];
+    row[k] = v / lk[k];
+    d -= row[k] * row[k];
   }
-  const Eigen::LDLT<Eigen::MatrixXd> ldlt(g);
-  if (ldlt.info() != Eigen::Success || !ldlt.isPositive()) return false;
-  const Eigen::VectorXd s = ldlt.solve(r);
-  for (Eigen::Index a = 0; a < p; ++a) {
-    if (!std::isfinite(s(a))) return false;
-    z[std::size_t(idx[std::size_t(a)])] = s(a);
-  }
+  // A column (nearly) in the span of the free ones: its own part is lost to rounding.
+  if (!(d > 1e-15 * m_ata[j * n + j]) || !std::isfinite(d)) return false;
+  row[p] = std::sqrt(d);
+  m_order.push_back(j);
   return true;
+}
+
+bool CNumNNLS::Refactor() {
+  m_order.clear();
+  m_chol.resize(m_cols * m_cols);
+  for (std::size_t j = 0; j < m_cols; ++j)
+    if (m_free[j] && !AppendToFactor(j)) return false;
+  return true;
+}
+
+// Least squares over the free columns with the current factor: z (n entries, 0 off the
+// free set).
+void CNumNNLS::SolveFree(std::vector<double>& z) const {
+  const std::size_t p = m_order.size(), n = m_cols;
+  z.assign(n, 0.0);
+  std::vector<double> y(p);
+  for (std::size_t k = 0; k < p; ++k) {
+    const double* lk = &m_chol[k * n];
+    double v = m_atb[m_order[k]];
+    for (std::size_t q = 0; q < k; ++q) v -= lk[q] * y[q];
+    y[k] = v / lk[k];
+  }
+  for (std::size_t k = p; k-- > 0;) {
+    double v = y[k];
+    for (std::size_t q = k + 1; q < p; ++q) v -= m_chol[q * n + k] * y[q];
+    y[k] = v / m_chol[k * n + k];
+    z[m_order[k]] = y[k];
+  }
 }
 
 // g = Aᵀb − AᵀA x.
@@ -150,10 +176,12 @@ bool CNumNNLS::Run() {
   if (std::any_of(m_free.begin(), m_free.end(), [](char f) { return f != 0; }) &&
       std::all_of(&m_x[0], &m_x[0] + n, [](double v) { return v == 0.0; })) {
     for (;;) {
-      if (!SolveFree(z)) {
+      if (!Refactor()) {
         std::fill(m_free.begin(), m_free.end(), 0);
+        m_order.clear();
         break;
       }
+      SolveFree(z);
       bool dropped = false;
       for (std::size_t j = 0; j < n; ++j)
         if (m_free[j] && z[j] <= 0.0) m_free[j] = 0, dropped = true;
@@ -164,6 +192,12 @@ bool CNumNNLS::Run() {
     }
   }
 
+  // The factor of the free set as it now stands (the problem may have changed since).
+  if (!Refactor()) {
+    std::fill(m_free.begin(), m_free.end(), 0);
+    for (std::size_t j = 0; j < n; ++j) m_x[j] = 0.0;
+    m_order.clear();
+  }
   const double enter = m_options.gradientTolerance * m_scale;
   for (;;) {
     Gradient(g);
@@ -182,15 +216,17 @@ bool CNumNNLS::Run() {
     }
     ++m_summary.iterations;
     ++m_summary.totalIterations;
+    if (!AppendToFactor(best)) {
+      // The column would depend on the free ones: it stays out.
+      m_summary.stop = EStop::kSingular;
+      break;
+    }
     m_free[best] = 1;
 
     // Inner loop: keep the free solution feasible by stepping back along the segment.
     bool singular = false;
     for (int guard = 0; guard <= int(n); ++guard) {
-      if (!SolveFree(z)) {
-        singular = true;
-        break;
-      }
+      SolveFree(z);
       bool feasible = true;
       double alpha = 1.0;
       for (std::size_t j = 0; j < n; ++j)
@@ -211,6 +247,10 @@ bool CNumNNLS::Run() {
       const double floor = m_options.zeroTolerance * largest;
       for (std::size_t j = 0; j < n; ++j)
         if (m_free[j] && m_x[j] <= floor) m_free[j] = 0, m_x[j] = 0.0;
+      if (!Refactor()) {
+        singular = true;
+        break;
+      }
     }
     if (singular) {
       // The column just added depends on the others: it stays out.

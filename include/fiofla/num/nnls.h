@@ -3,10 +3,11 @@
 // Method: the active-set algorithm of Lawson and Hanson (1974, "Solving Least Squares
 // Problems", ch. 23), run on the normal equations AᵀA, Aᵀb formed once (the fast variant of
 // Bro and De Jong 1997): every inner step solves the least-squares problem of the passive
-// (free) columns by a Cholesky factorisation of AᵀA restricted to them (Eigen's LDLT), so a
-// step costs O(p³) for p free columns instead of O(m p²).
-// Cost: forming AᵀA is O(m n²) once per problem; each outer iteration adds one column and
-// costs O(p³). A 100 × 100 kernel-like problem solves in well under a millisecond
+// (free) columns through a Cholesky factor of AᵀA restricted to them. A column that joins
+// the free set adds one row to the factor (O(p²) for p free columns); one that leaves makes
+// it be rebuilt (O(p³)), which is rare.
+// Cost: forming AᵀA is O(m n²) once per problem; an outer iteration costs O(p²) plus O(n p)
+// for the gradient. A 100 × 100 kernel-like problem solves in well under a millisecond
 // (BENCHMARKS.md).
 // Guarantees: on return with kConverged the Karush-Kuhn-Tucker conditions hold to the
 // gradient tolerance: x >= 0, the gradient g = Aᵀ(b − A x) is <= tol·|Aᵀb|∞ on the
@@ -100,7 +101,9 @@ class CNumNNLS : public CNumLongFunction {
   double ResidualNorm() const;
 
  private:
-  bool SolveFree(std::vector<double>& z) const;
+  bool AppendToFactor(std::size_t j);
+  bool Refactor();
+  void SolveFree(std::vector<double>& z) const;
   void Gradient(std::vector<double>& g) const;
   double Kkt(std::vector<double> const& g) const;
 
@@ -115,5 +118,7 @@ class CNumNNLS : public CNumLongFunction {
   double m_scale = 0.0;       // |Aᵀb|∞
   bool m_valid = false;
   std::vector<char> m_free;
+  std::vector<std::size_t> m_order;  // free columns in the order of the factor's rows
+  std::vector<double> m_chol;        // Cholesky factor of the free columns' AᵀA
   CNumVector<double> m_x;
 };
