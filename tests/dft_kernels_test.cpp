@@ -316,6 +316,15 @@ TEST(KernelDirectory, TheEnvironmentFirstThenTheDataBesideTheLibrary) {
   const std::string found = fiofla::DefaultKernelDirectory();
   std::error_code ec;
   EXPECT_TRUE(fs::equivalent(found, fiofla::test::ShippedData("kernels"), ec)) << found;
+  // Every kernel that ships loads and says what it is for.
+  for (const fiofla::KernelInfo& k : fiofla::ListKernels(found)) {
+    SCOPED_TRACE(k.path);
+    EXPECT_TRUE(k.readable) << k.error;
+    EXPECT_FALSE(k.gas.empty());
+    EXPECT_GT(k.temperatureK, 0.0);
+    EXPECT_GE(k.pressureCount, 2u);
+    EXPECT_GE(k.widthCount, 2u);
+  }
 }
 
 TEST(KernelNames, EverySpellingReadsBackToItself) {
