@@ -8,14 +8,11 @@
 
 #include "fiofla/gasdft.h"
 #include "gasdft_solve.h"
+#include "report_numbers.h"
 
 namespace {
 
-std::string Num(double x, const char* format = "%.4g") {
-  char buf[64];
-  std::snprintf(buf, sizeof buf, format, x);
-  return buf;
-}
+using fiofla::detail::FormatNumber;
 
 double Log10OrTiny(double r) {
   return r > 0.0 ? std::log10(r) : 1e-9;
@@ -49,8 +46,8 @@ Block SelectPoints(std::vector<double> const& p, std::vector<double> const& q,
                                      [&](auto const& v) { return v.first < lo || v.first > hi; });
   if (outside > 0) {
     std::string text = std::string(which) + ": " + std::to_string(outside) +
-                       " point(s) lie outside the kernel's relative pressures (" + Num(lo) +
-                       " to " + Num(hi) + ")";
+                       " point(s) lie outside the kernel's relative pressures (" +
+                       FormatNumber(lo) + " to " + FormatNumber(hi) + ")";
     if (in.clampOutside) {
       text += "; the kernel's end values were used for them";
     } else {
@@ -128,8 +125,8 @@ void CDFTCalc::Run(SInput const& in) {
     }
     if (t > 0.0 && !h.IsTemperatureMatch(t)) {
       if (m_status == 0) m_status = 4;
-      Warn(kernel + " is for " + Num(h.temperature) + " K, the isotherm was measured at " + Num(t) +
-           " K (more than 2 K apart)");
+      Warn(kernel + " is for " + FormatNumber(h.temperature) + " K, the isotherm was measured at " +
+           FormatNumber(t) + " K (more than 2 K apart)");
     }
   };
   auto model1 = load(in.modelFile, in.model);
@@ -166,7 +163,8 @@ void CDFTCalc::Run(SInput const& in) {
     if (blocks.back().p.size() < 3) {
       m_status = 6;
       Warn(std::string(which) + ": fewer than 3 points in the relative-pressure range " +
-           Num(in.pressureMin) + " to " + Num(in.pressureMax) + " that the kernel covers");
+           FormatNumber(in.pressureMin) + " to " + FormatNumber(in.pressureMax) +
+           " that the kernel covers");
       return;
     }
     const std::size_t before = parts[b]->PoreWidths().size();
@@ -176,8 +174,8 @@ void CDFTCalc::Run(SInput const& in) {
                  (parts[b]->PoreWidths()[j] >= sizes[0] && parts[b]->PoreWidths()[j] <= sizes[1]);
     if (inRange < 3) {
       m_status = 6;
-      Warn("fewer than 3 kernel pore widths in the width range " + Num(in.widthMin) + " to " +
-           Num(in.widthMax) + " Å");
+      Warn("fewer than 3 kernel pore widths in the width range " + FormatNumber(in.widthMin) +
+           " to " + FormatNumber(in.widthMax) + " Å");
       return;
     }
     if (!parts[b]->Configure(blocks.back().p, sizes, in.clampOutside)) {
@@ -231,8 +229,8 @@ void CDFTCalc::Run(SInput const& in) {
   }
   if (reported.first < 0 || reported.last - reported.first < 1) {
     m_status = 6;
-    Warn("fewer than 2 kernel pore widths in the reported width range " + Num(in.reportWidthMin) +
-         " to " + Num(in.reportWidthMax) + " Å");
+    Warn("fewer than 2 kernel pore widths in the reported width range " +
+         FormatNumber(in.reportWidthMin) + " to " + FormatNumber(in.reportWidthMax) + " Å");
     return;
   }
 
@@ -306,7 +304,8 @@ void CDFTCalc::Run(SInput const& in) {
       }
     }
     if (atTop && pick + 1 >= coarse)
-      Warn("λ was chosen at the top of its search range (" + Num(m_lambdaCurve[pick].lambda) +
+      Warn("λ was chosen at the top of its search range (" +
+           FormatNumber(m_lambdaCurve[pick].lambda) +
            "): the distribution is as smooth as the search allows and may be over-smoothed");
     x = solutions[pick];
     m_lambda = m_lambdaCurve[pick].lambda;
@@ -363,17 +362,18 @@ void CDFTCalc::Run(SInput const& in) {
   double peak = 0.0;
   for (std::size_t k = 0; k < n; ++k) peak = std::max(peak, m_incVolume[k]);
   if (peak > 0.0 && reported.first == 0 && m_incVolume[0] >= 0.5 * peak)
-    Warn("The distribution piles up at the smallest width (" + Num(m_widths[0]) +
+    Warn("The distribution piles up at the smallest width (" + FormatNumber(m_widths[0]) +
          " Å): there may be pores smaller than the kernel describes, or the isotherm's first "
          "points lie too high to resolve them");
   if (peak > 0.0 && reported.last == std::int32_t(classes) - 1 && m_incVolume[n - 1] >= 0.5 * peak)
-    Warn("The distribution piles up at the largest width (" + Num(m_widths[n - 1]) +
+    Warn("The distribution piles up at the largest width (" + FormatNumber(m_widths[n - 1]) +
          " Å): there may be pores larger than the kernel describes");
   double ms = 0.0;
   for (std::size_t k = 0; k < m_fitMeasured.size(); ++k) ms += m_fitMeasured[k] * m_fitMeasured[k];
   ms = m_fitMeasured.size() ? std::sqrt(ms / double(m_fitMeasured.size())) : 0.0;
   if (ms > 0.0 && RMSError() > 0.05 * ms)
-    Warn("The kernel misses the measured isotherm by " + Num(100.0 * RMSError() / ms, "%.1f") +
+    Warn("The kernel misses the measured isotherm by " +
+         FormatNumber(100.0 * RMSError() / ms, "%.1f") +
          " % RMS: the kernel may not describe this material");
 }
 

@@ -7,25 +7,13 @@
 
 #include "fiofla/report/report_text.h"
 #include "fiofla/units/formatter.h"
+#include "report_numbers.h"
 
 namespace fiofla {
 namespace {
 
 constexpr int kLayoutLeft = 75;
 constexpr int kLayoutRight = 775;
-
-const CQuantityFormatter kTwoDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 2),
-                                      CNumericFormat());
-const CQuantityFormatter kFourDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 4),
-                                       CNumericFormat());
-const CQuantityFormatter kSixDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 6),
-                                      CNumericFormat());
-
-std::string Num(double x, const char* format = "%.4g") {
-  char text[40];
-  std::snprintf(text, sizeof text, format, x);
-  return text;
-}
 
 CReportGraphData* LogWidthGraph(CReportPageData* page, const char* title, const char* yTitle,
                                 CReportDataItemBase* below) {
@@ -79,13 +67,14 @@ CReportDataItemBase* AddDftSection(CDFTCalc const& calc, CStr const& description
   table->AddItem(CStr("Calculation:"), description);
   table->AddNumericLine(CStr("Total pore volume:"), calc.GetTotalPoreVolume(), 6, "cm³/g");
   table->AddNumericLine(CStr("Total surface area:"), calc.GetTotalSurfaceArea(), 4, "m²/g");
-  table->AddItem(CStr("Pore widths:"),
-                 CStr(Num(w[0], "%.2f") + " to " + Num(w[w.size() - 1], "%.2f") + " Å, " +
-                      std::to_string(w.size()) + " classes"));
+  table->AddItem(CStr("Pore widths:"), CStr(detail::FormatNumber(w[0], "%.2f") + " to " +
+                                            detail::FormatNumber(w[w.size() - 1], "%.2f") + " Å, " +
+                                            std::to_string(w.size()) + " classes"));
   table->AddItem(
       CStr("Regularisation:"),
-      CStr("λ = " + Num(calc.GetLambda()) + " (" + LambdaMethodText(calc.GetLambdaMethod()) +
-           "), " + Num(calc.GetDegreesOfFreedom(), "%.1f") + " degrees of freedom"));
+      CStr("λ = " + detail::FormatNumber(calc.GetLambda()) + " (" +
+           LambdaMethodText(calc.GetLambdaMethod()) + "), " +
+           detail::FormatNumber(calc.GetDegreesOfFreedom(), "%.1f") + " degrees of freedom"));
   table->AddItem(CStr("Representation:"),
                  CStr(calc.IsBSplineSolution()
                           ? "cubic B-splines, " + std::to_string(calc.GetNumKnotIntervals()) +
@@ -142,9 +131,10 @@ CReportDataItemBase* AddDftSection(CDFTCalc const& calc, CStr const& description
                           "dV/dw (cm³/g·Å)", "dV/dlog(w) (cm³/g)", "Area (m²/g)",
                           "Cum. area (m²/g)"};
   const CNumVector<double>* columns[] = {&w, &vol, &cumVol, &difVol, &logVol, &area, &cumArea};
-  static const CQuantityFormatter* const formats[] = {&kTwoDecimals, &kSixDecimals, &kSixDecimals,
-                                                      &kSixDecimals, &kSixDecimals, &kFourDecimals,
-                                                      &kFourDecimals};
+  static const CQuantityFormatter* const formats[] = {
+      &detail::FixedDecimals(2), &detail::FixedDecimals(6), &detail::FixedDecimals(6),
+      &detail::FixedDecimals(6), &detail::FixedDecimals(6), &detail::FixedDecimals(4),
+      &detail::FixedDecimals(4)};
   for (int c = 0; c < 7; ++c) {
     classes->SetColumnTitle(c, CStr(titles[c]));
     classes->SetColumnWidth(c, 60);

@@ -7,6 +7,7 @@
 
 #include "fiofla/report/report_text.h"
 #include "fiofla/units/formatter.h"
+#include "report_numbers.h"
 
 namespace fiofla {
 namespace {
@@ -36,22 +37,6 @@ CRSGraphCurveData* Line(CReportGraphData* graph, CStr const& name, int index) {
   return curve;
 }
 
-// Fixed decimals without a unit, for the interval table; read-only, so shared by threads.
-const CQuantityFormatter kTwoDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 2),
-                                      CNumericFormat());
-const CQuantityFormatter kFourDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 4),
-                                       CNumericFormat());
-const CQuantityFormatter kFiveDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 5),
-                                       CNumericFormat());
-const CQuantityFormatter kSixDecimals(CUnits(), CNumericFormat(CNumericFormat::eFixed, 6),
-                                      CNumericFormat());
-
-std::string Num(double x, const char* format = "%.4g") {
-  char text[40];
-  std::snprintf(text, sizeof text, format, x);
-  return text;
-}
-
 // Every point and step the BJH walk left out, one line each, below the intervals.
 CReportDataItemBase* AddBjhLeftOut(CBJHCalc const& calc, BjhWording const& wording,
                                    CReportPageData* page, CReportDataItemBase* below) {
@@ -65,15 +50,17 @@ CReportDataItemBase* AddBjhLeftOut(CBJHCalc const& calc, BjhWording const& wordi
     std::string name =
         wording.pointName ? wording.pointName(d.index) : "point " + std::to_string(d.index + 1);
     name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
-    table->AddItem(CStr(name + ":"),
-                   CStr("P/Po " + Num(d.relPress, "%.6g") + ", " + Num(d.qtyAdsorbed, "%.6g") +
-                        " cm³/g STP; left out: " + BjhDropReasonText(calc, d)));
+    table->AddItem(CStr(name + ":"), CStr("P/Po " + detail::FormatNumber(d.relPress, "%.6g") +
+                                          ", " + detail::FormatNumber(d.qtyAdsorbed, "%.6g") +
+                                          " cm³/g STP; left out: " + BjhDropReasonText(calc, d)));
   }
   for (const auto& e : empty)
-    table->AddItem(CStr("P/Po " + Num(e.relPressHigh) + " to " + Num(e.relPressLow) + ":"),
-                   CStr(Num(e.diameterHigh, "%.1f") + " to " + Num(e.diameterLow, "%.1f") +
-                        " Å, volume left for new pores " + Num(e.volume, "%.4g") + " cm³/g; " +
-                        BjhEmptyStepText(e)));
+    table->AddItem(
+        CStr("P/Po " + detail::FormatNumber(e.relPressHigh) + " to " +
+             detail::FormatNumber(e.relPressLow) + ":"),
+        CStr(detail::FormatNumber(e.diameterHigh, "%.1f") + " to " +
+             detail::FormatNumber(e.diameterLow, "%.1f") + " Å, volume left for new pores " +
+             detail::FormatNumber(e.volume, "%.4g") + " cm³/g; " + BjhEmptyStepText(e)));
   return table;
 }
 
@@ -152,10 +139,12 @@ CReportDataItemBase* AddBjhSection(CBJHCalc const& calc, CStr const& description
   table->AddNumericLine(CStr("Total pore volume:"), calc.GetTotalPoreVolume(), 6, "cm³/g");
   table->AddNumericLine(CStr("Total pore area:"), calc.GetTotalPoreArea(), 4, "m²/g");
   table->AddNumericLine(CStr("Intervals:"), double(m), 0, "");
-  table->AddNumericLine(CStr("Pore volume below " + Num(calc.GetMinDiameter()) + " Å:"),
-                        calc.GetVolumeBelowRange(), 6, "cm³/g");
-  table->AddNumericLine(CStr("Pore volume above " + Num(calc.GetMaxDiameter()) + " Å:"),
-                        calc.GetVolumeAboveRange(), 6, "cm³/g");
+  table->AddNumericLine(
+      CStr("Pore volume below " + detail::FormatNumber(calc.GetMinDiameter()) + " Å:"),
+      calc.GetVolumeBelowRange(), 6, "cm³/g");
+  table->AddNumericLine(
+      CStr("Pore volume above " + detail::FormatNumber(calc.GetMaxDiameter()) + " Å:"),
+      calc.GetVolumeAboveRange(), 6, "cm³/g");
   const std::vector<std::string> warnings = BjhWarnings(calc, wording);
   if (warnings.empty())
     table->AddValidation(CStr("Peak position:"), ReportText(kTextCheckPassed), CStr());
@@ -204,9 +193,10 @@ CReportDataItemBase* AddBjhSection(CBJHCalc const& calc, CStr const& description
                                          &cum,   &logPlain, &area, &cumArea};
   // The decimals of `fiofla bjh`: six significant digits made every column wider than the page
   // has room for once eight stand side by side.
-  static const CQuantityFormatter* const formats[] = {&kTwoDecimals,  &kTwoDecimals, &kTwoDecimals,
-                                                      &kSixDecimals,  &kSixDecimals, &kFiveDecimals,
-                                                      &kFourDecimals, &kFourDecimals};
+  static const CQuantityFormatter* const formats[] = {
+      &detail::FixedDecimals(2), &detail::FixedDecimals(2), &detail::FixedDecimals(2),
+      &detail::FixedDecimals(6), &detail::FixedDecimals(6), &detail::FixedDecimals(5),
+      &detail::FixedDecimals(4), &detail::FixedDecimals(4)};
   for (int c = 0; c < 8; ++c) {
     intervals->SetColumnTitle(c, CStr(titles[c]));
     intervals->SetColumnWidth(c, 60);

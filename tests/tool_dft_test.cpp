@@ -10,22 +10,15 @@
 
 #include "cli.h"
 #include "dft_synthetic.h"
+#include "tool_run.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using fiofla::testing::LogSpaced;
 
-struct ToolRun {
-  int code;
-  std::string out, err;
-};
-
-ToolRun RunTool(const std::vector<std::string>& args) {
-  std::ostringstream out, err;
-  const int code = fiofla::cli::Run(args, out, err);
-  return {code, out.str(), err.str()};
-}
+using fiofla::testing::RunTool;
+using fiofla::testing::ToolRun;
 
 // A kernel directory with one nitrogen and one carbon dioxide kernel, and an isotherm of
 // each gas of one two-peak sample.

@@ -1,34 +1,23 @@
 // `fiofla kernel`, driven in-process: a CSV imported, then listed and shown from a kernel
-// directory in text and JSON; refusals of incomplete or bad imports; help and README agree.
+// directory in text and JSON; refusals of incomplete or bad imports.
 #include <rapidjson/document.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <regex>
-#include <set>
 #include <sstream>
 
 #include "cli.h"
 #include "fiofla/dft_kernels.h"
 #include "test_util.h"
+#include "tool_run.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct ToolRun {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-ToolRun RunTool(const std::vector<std::string>& args) {
-  std::ostringstream out, err;
-  const int code = fiofla::cli::Run(args, out, err);
-  return {code, out.str(), err.str()};
-}
+using fiofla::testing::RunTool;
+using fiofla::testing::ToolRun;
 
 struct TempDir {
   TempDir()
@@ -169,40 +158,6 @@ TEST(ToolKernel, IncompleteOrBadImportsAreRefusedAndWriteNothing) {
 
   EXPECT_EQ(RunTool({"kernel"}).code, fiofla::cli::kExitUsageError);
   EXPECT_EQ(RunTool({"kernel", "show"}).code, fiofla::cli::kExitUsageError);
-}
-
-std::set<std::string> OptionsIn(const std::string& text) {
-  std::set<std::string> names;
-  static const std::regex option("--[a-z0-9][a-z0-9-]*");
-  for (auto it = std::sregex_iterator(text.begin(), text.end(), option);
-       it != std::sregex_iterator(); ++it)
-    names.insert(it->str());
-  names.erase("--help");
-  return names;
-}
-
-TEST(ToolKernel, TheReadmeCommandListAndTheHelpAgree) {
-  std::ifstream in(std::string(FIOFLA_DATA_DIR) + "/../README.md");
-  const std::string readme((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  const auto start = readme.find("## The tool\n\n```\n");
-  ASSERT_NE(start, std::string::npos);
-  const auto end = readme.find("```\n", start + 17);
-  std::istringstream block(readme.substr(start + 17, end - start - 17));
-  std::string line, listed;
-  bool inKernel = false;
-  while (std::getline(block, line)) {
-    if (line.rfind("fiofla ", 0) == 0) inKernel = line.rfind("fiofla kernel ", 0) == 0;
-    if (inKernel) listed += line + "\n";
-  }
-  ASSERT_FALSE(listed.empty());
-  std::set<std::string> help;
-  for (const char* sub : {"list", "show", "convert"}) {
-    const auto r = RunTool({"kernel", sub, "--help"});
-    ASSERT_EQ(r.code, 0) << sub;
-    const auto names = OptionsIn(r.out);
-    help.insert(names.begin(), names.end());
-  }
-  EXPECT_EQ(help, OptionsIn(listed));
 }
 
 }  // namespace

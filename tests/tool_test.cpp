@@ -19,20 +19,12 @@
 #include "fiofla/io/isotherm_file.h"
 #include "result.h"
 #include "test_util.h"
+#include "tool_run.h"
 
 namespace {
 
-struct ToolRun {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-ToolRun RunTool(const std::vector<std::string>& args) {
-  std::ostringstream out, err;
-  const int code = fiofla::cli::Run(args, out, err);
-  return {code, out.str(), err.str()};
-}
+using fiofla::testing::RunTool;
+using fiofla::testing::ToolRun;
 
 const std::string kExample = fiofla::test::ShippedData("examples/n2_77k_silica.csv");
 
@@ -744,7 +736,8 @@ TEST(ToolHelp, TheReadmeCommandListAndTheHelpAgree) {
   const auto inputOptions = OptionsIn(inputText);
   ASSERT_TRUE(inputOptions.count("--format"));
 
-  for (const char* cmd : {"bet", "report", "tplot", "bjh", "convert", "reduce", "simulate"}) {
+  for (const char* cmd :
+       {"bet", "report", "tplot", "bjh", "dft", "convert", "reduce", "simulate"}) {
     auto documented = OptionsIn(listed[cmd]);
     if (std::string(cmd) != "reduce" && std::string(cmd) != "simulate")
       documented.insert(inputOptions.begin(), inputOptions.end());
@@ -752,14 +745,20 @@ TEST(ToolHelp, TheReadmeCommandListAndTheHelpAgree) {
     ASSERT_EQ(help.code, 0) << cmd;
     EXPECT_EQ(OptionsIn(help.out), documented) << cmd;
   }
-  std::set<std::string> gasHelp;
-  for (const char* sub : {"list", "show", "z", "psat", "tsat", "convert", "build"}) {
-    const auto help = RunTool({"gas", sub, "--help"});
-    ASSERT_EQ(help.code, 0) << sub;
-    const auto names = OptionsIn(help.out);
-    gasHelp.insert(names.begin(), names.end());
+  // Commands of subcommands: the options of all of them against the command's lines.
+  const std::map<std::string, std::vector<std::string>> groups = {
+      {"gas", {"list", "show", "z", "psat", "tsat", "convert", "build"}},
+      {"kernel", {"list", "show", "convert"}}};
+  for (const auto& [group, subs] : groups) {
+    std::set<std::string> help;
+    for (const std::string& sub : subs) {
+      const auto r = RunTool({group, sub, "--help"});
+      ASSERT_EQ(r.code, 0) << group << " " << sub;
+      const auto names = OptionsIn(r.out);
+      help.insert(names.begin(), names.end());
+    }
+    EXPECT_EQ(help, OptionsIn(listed[group])) << group;
   }
-  EXPECT_EQ(gasHelp, OptionsIn(listed["gas"]));
 }
 
 namespace {

@@ -14,9 +14,23 @@ CNumNNLS::CNumNNLS(CNumMatrix<double> const& A, CNumVector<double> const& b) {
   SetProblem(A, b);
 }
 
+bool CNumNNLS::KeepsFreeSet(std::size_t n) const {
+  return m_options.warmStart && n == m_cols && m_free.size() == n;
+}
+
+// What every new problem starts from: x = 0, the free set kept or emptied.
+void CNumNNLS::StartProblem(std::size_t n, bool keep) {
+  m_scale = 0.0;
+  for (double v : m_atb) m_scale = std::max(m_scale, std::fabs(v));
+  if (!keep) m_free.assign(n, 0);
+  m_x.SetDim(n);
+  for (std::size_t j = 0; j < n; ++j) m_x[j] = 0.0;
+  m_summary = SSummary();
+}
+
 void CNumNNLS::SetProblem(CNumMatrix<double> const& A, CNumVector<double> const& b) {
   const std::size_t m = A.rows(), n = A.cols();
-  const bool keep = m_options.warmStart && n == m_cols && m_free.size() == n;
+  const bool keep = KeepsFreeSet(n);
   m_rows = m;
   m_cols = n;
   m_valid = b.size() == m && n > 0 && m > 0;
@@ -44,18 +58,13 @@ void CNumNNLS::SetProblem(CNumMatrix<double> const& A, CNumVector<double> const&
     ata.triangularView<Eigen::StrictlyUpper>() = ata.transpose();
     atb.noalias() = a.transpose() * bv;
   }
-  m_scale = 0.0;
-  for (double v : m_atb) m_scale = std::max(m_scale, std::fabs(v));
-  if (!keep) m_free.assign(n, 0);
-  m_x.SetDim(n);
-  for (std::size_t j = 0; j < n; ++j) m_x[j] = 0.0;
-  m_summary = SSummary();
+  StartProblem(n, keep);
 }
 
 void CNumNNLS::SetNormalEquations(CNumMatrix<double> const& AtA, CNumVector<double> const& Atb,
                                   double btb) {
   const std::size_t n = AtA.rows();
-  const bool keep = m_options.warmStart && n == m_cols && m_free.size() == n;
+  const bool keep = KeepsFreeSet(n);
   m_rows = 0;
   m_cols = n;
   m_valid = n > 0 && AtA.cols() == n && Atb.size() == n && std::isfinite(btb);
@@ -72,12 +81,7 @@ void CNumNNLS::SetNormalEquations(CNumMatrix<double> const& AtA, CNumVector<doub
       m_valid = m_valid && std::isfinite(AtA(i, j));
     }
   }
-  m_scale = 0.0;
-  for (double v : m_atb) m_scale = std::max(m_scale, std::fabs(v));
-  if (!keep) m_free.assign(n, 0);
-  m_x.SetDim(n);
-  for (std::size_t j = 0; j < n; ++j) m_x[j] = 0.0;
-  m_summary = SSummary();
+  StartProblem(n, keep);
 }
 
 void CNumNNLS::SetSettings(double gradientTolerance, double zeroTolerance, int warmStart,

@@ -101,6 +101,8 @@ class CNumNNLS : public CNumLongFunction {
   double ResidualNorm() const;
 
  private:
+  bool KeepsFreeSet(std::size_t n) const;
+  void StartProblem(std::size_t n, bool keep);
   bool AppendToFactor(std::size_t j);
   bool Refactor();
   void SolveFree(std::vector<double>& z) const;
