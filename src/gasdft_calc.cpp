@@ -178,6 +178,16 @@ void CDFTCalc::Run(SInput const& in) {
            " to " + FormatNumber(in.widthMax) + " Å");
       return;
     }
+    // The solve holds (points + classes) × classes values and takes classes² of time per
+    // point: bounds far above any kernel or isotherm measured, well below running out.
+    if (inRange > kMaxClasses || blocks.back().p.size() > kMaxPoints) {
+      m_status = 6;
+      Warn(std::string(which) + ": " + std::to_string(blocks.back().p.size()) + " points and " +
+           std::to_string(inRange) + " kernel pore widths in the ranges; at most " +
+           std::to_string(kMaxPoints) + " and " + std::to_string(kMaxClasses) +
+           " can be used: narrow the ranges");
+      return;
+    }
     if (!parts[b]->Configure(blocks.back().p, sizes, in.clampOutside)) {
       m_status = b == 0 ? 1 : 5;
       Warn(std::string("the ") + (b == 0 ? "" : "second ") +

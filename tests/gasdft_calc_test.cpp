@@ -353,6 +353,16 @@ TEST(DFTCalcStatus, OneCausePerValue) {
     EXPECT_EQ(CDFTCalc(in).GetStatus(), 6);
   }
   {
+    // A kernel of more classes than a calculation takes.
+    auto in = c.Input(0.0);
+    fiofla::testing::SyntheticGas gas;
+    in.model = std::make_shared<CDFTModel>(fiofla::testing::SyntheticKernel(
+        gas, LogSpaced(1e-7, 0.995, 5), LogSpaced(3.6, 360.0, CDFTCalc::kMaxClasses + 1)));
+    const CDFTCalc calc(in);
+    EXPECT_EQ(calc.GetStatus(), 6);
+    EXPECT_NE(calc.Warnings().at(0).find("narrow the ranges"), std::string::npos);
+  }
+  {
     auto in = c.Input(0.0);
     in.quantities.pop_back();
     EXPECT_EQ(CDFTCalc(in).GetStatus(), 8);

@@ -3,11 +3,13 @@
 // `make test`, which fails on any data race.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "dft_synthetic.h"
 #include "fiofla/calc_bet.h"
 #include "fiofla/compress.h"
 #include "fiofla/io/isotherm_file.h"
@@ -77,6 +79,26 @@ TEST(Threads, EachThreadWithItsOwnCacheAndObjects) {
     EXPECT_EQ(o.reportBytes, alone.reportBytes);
   }
   EXPECT_GT(alone.reducedArea, 300.0);
+}
+
+TEST(Threads, DftCalculationsShareOneKernel) {
+  const fiofla::testing::SyntheticGas gas;
+  const std::vector<double> kw = fiofla::testing::LogSpaced(3.6, 360.0, 60);
+  CDFTCalc::SInput in;
+  in.model = std::make_shared<CDFTModel>(
+      fiofla::testing::SyntheticKernel(gas, fiofla::testing::LogSpaced(1e-7, 0.995, 60), kw));
+  in.pressures = fiofla::testing::LogSpaced(1e-6, 0.95, 40);
+  in.quantities = fiofla::testing::SyntheticIsotherm(
+      gas, in.pressures, kw, fiofla::testing::PeakAreas(kw, {{10.0, 0.06, 0.4}}), 0.005);
+  in.bspline = true;
+  const double alone = CDFTCalc(in).GetTotalPoreVolume();
+  std::vector<double> volumes(4);
+  std::vector<std::thread> threads;
+  for (double& v : volumes)
+    threads.emplace_back([&v, &in] { v = CDFTCalc(in).GetTotalPoreVolume(); });
+  for (std::thread& t : threads) t.join();
+  for (double v : volumes) EXPECT_EQ(v, alone);
+  EXPECT_NEAR(alone, 0.4, 0.01);
 }
 
 }  // namespace

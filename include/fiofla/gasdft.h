@@ -244,29 +244,42 @@ class CDFTDualModel : public CDFTModelBase {
 ///   class index (false; CalculateRMSRoughnessOldMethod: the RMS of the plain second
 ///   differences y[k−1] − 2 y[k] + y[k+1] over the interior classes, 0 below 3 classes).
 /// - A B-spline trial with K knot intervals writes the distribution as Σ c_i B_i(log10 w)
-///   with c ≥ 0 and solves for c without roughness rows. It is accepted when its solve
-///   converged and its design (the weighted kernel times the basis, columns scaled to unit
-///   length) is stable at the noise of the data: cond × ε ≤ 1, where ε is the relative RMS
-///   misfit of the plain solution (at least 1e-6). A perturbation of the data as large as
-///   its misfit then moves the coefficients by no more than their own size. More knots mean
-///   narrower, more alike basis functions and a larger condition number, so few knots pass
-///   and many fail, and the fixed search finds the boundary. In the search, a rejected 13
-///   goes on to 12 and an accepted 6 to 7, the same one-step rule as 24.
+///   (cubic, knots uniform in log width over the fitted classes) with c ≥ 0 and solves for c
+///   on the data rows, without roughness rows. It is accepted when its solve converged and
+///   the distribution it gives is stable at the noise of the data: the standard error that
+///   the noise gives each class's value, through the free (positive) coefficients, is at
+///   most 10 % of the distribution's peak. The noise per row is estimated from the plain
+///   solution's misfit over its residual degrees of freedom (at least 1e-6 of the rows'
+///   RMS). More knots mean narrower, more alike basis functions whose coefficients the data
+///   fix less well, so few knots pass and many fail, and the fixed search finds the
+///   boundary. In the search, a rejected 13 goes on to 12 and an accepted 6 to 7, the same
+///   one-step rule as 24; a rejected 18 goes on to 19, as the tree has it.
 /// - Energies: 0 for pore models (category 0); for other categories the class values.
+/// - Threads: separate calculations may run at once; a model shared through SInput::model is
+///   only read.
 ///
-/// Status (IsOK() for 0 and 10):
-///   0 done; 1 the first model file could not be read or is invalid; 2 a model's gas does
-///   not match the given gas name (the results are still computed); 3 not used; 4 a
-///   model's temperature is not within 2 K of the given one (results still computed); 5 the
-///   second model could not be read or merged with the first; 6 fewer than 3 measured points
-///   or fewer than 3 size classes in the ranges; 7 the solver failed (did not converge in
-///   two runs, or a singular system); 8 bad input (pressure and quantity vectors of
-///   different lengths, a value not finite, an empty or reversed range); 9 B-spline
-///   solution asked for but no trial was accepted (the plain solution stands); 10 done, with
-///   warnings that say why a result is doubtful (Warnings()).
+/// Status (IsOK() for 0 and 10); 2, 4 and 9 are set only while the status is 0, and a status
+/// that ends the calculation (1, 5 to 8) replaces them:
+///   0  done;
+///   1  the first model file could not be read, is not a model file, or its grids are not
+///      ascending;
+///   2  a model's gas does not match the given gas name (the results are still computed);
+///   3  not used;
+///   4  a model's temperature is not within 2 K of the given one (results still computed);
+///   5  the second model could not be read or merged with the first;
+///   6  the ranges hold fewer than 3 measured points or size classes, or more than
+///      kMaxPoints points or kMaxClasses classes;
+///   7  the solver failed (no convergence in two runs, or a singular system);
+///   8  bad input: pressure and quantity vectors of different lengths, a value not finite,
+///      an empty or reversed range, a negative λ;
+///   9  a B-spline solution was asked for but no trial was accepted (the plain solution
+///      stands);
+///   10 done, with warnings that say why a result is doubtful (Warnings()).
 class CDFTCalc {
  public:
   enum class ELambda { kFixed, kGcv, kLCurve };
+  /// The most measured points (per isotherm) and size classes a calculation takes.
+  static constexpr std::size_t kMaxPoints = 10000, kMaxClasses = 2000;
 
   struct SInput {
     /// The measured isotherm: relative pressures and quantities (cm3 STP/g).
