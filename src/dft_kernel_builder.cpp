@@ -96,22 +96,39 @@ PoreIsotherm ComputePoreIsotherm(BulkFluid const& fluid, SteeleWall const& wall,
   if (apart > 1e-6 * largest && n >= 2) {
     out.fillingPressure = StepPressure(x, out.adsorption);
     out.emptyingPressure = StepPressure(x, out.desorption);
-    // Equal grand potentials: the film is the more stable below, the filled pore above.
-    for (std::size_t k = 0; k + 1 < n; ++k) {
-      if (!(ads[k].converged && des[k].converged && ads[k + 1].converged && des[k + 1].converged))
-        continue;
-      const double d0 = ads[k].omega - des[k].omega, d1 = ads[k + 1].omega - des[k + 1].omega;
-      const bool differ = std::fabs(ads[k].amount - des[k].amount) > 1e-6 * largest ||
-                          std::fabs(ads[k + 1].amount - des[k + 1].amount) > 1e-6 * largest;
-      if (!(d0 <= 0.0 && d1 > 0.0) || !differ) continue;
-      double lo = x[k], hi = x[k + 1];
-      std::vector<double> film = ads[k].rho, filled = des[k + 1].rho;
-      while (hi / lo - 1.0 > 1e-4) {
+    // Equal grand potentials. Over the pressures where the branches differ, the film is the
+    // more stable below the transition and the filled pore above; just outside that range
+    // only one of the two exists. The first pressure where the filled pore wins (or the
+    // film is gone) and the one before it bracket the transition, which is bisected.
+    auto same = [&](double a, double b) { return std::fabs(a - b) <= 1e-6 * largest; };
+    std::size_t first = n, last = 0;
+    for (std::size_t k = 0; k < n; ++k)
+      if (ads[k].converged && des[k].converged && !same(ads[k].amount, des[k].amount)) {
+        first = std::min(first, k);
+        last = k;
+      }
+    if (first < n && first > 0 && last + 1 < n) {
+      std::size_t j = last + 1;
+      for (std::size_t k = first; k <= last; ++k)
+        if (ads[k].omega - des[k].omega > 0.0) {
+          j = k;
+          break;
+        }
+      double lo = x[j - 1], hi = x[j];
+      std::vector<double> film = ads[j - 1].rho, filled = des[j].rho;
+      bool ok = !film.empty() && !filled.empty();
+      while (ok && hi / lo - 1.0 > 1e-4) {
         const double mid = std::sqrt(lo * hi), mu = ChemicalPotentialAt(fluid, mid);
         const SlitProfile a = pore.Solve(mu, film, 0.0), d = pore.Solve(mu, filled, 0.0);
         out.iterations += a.iterations + d.iterations;
-        if (!a.converged || !d.converged) break;
-        if (a.grandPotential - d.grandPotential <= 0.0) {
+        ok = a.converged && d.converged;
+        if (!ok) break;
+        // A state that turns into the other at `mid` does not exist there.
+        // (Which one it became: nearer the filled pore's amount or the film's.)
+        const bool collapsed = same(a.amount, d.amount);
+        const bool filmGone = collapsed && 2.0 * a.amount > ads[j - 1].amount + des[j].amount;
+        const bool filledGone = collapsed && !filmGone;
+        if (filledGone || (!filmGone && a.grandPotential - d.grandPotential <= 0.0)) {
           lo = mid;
           film = a.rho;
         } else {
@@ -119,8 +136,7 @@ PoreIsotherm ComputePoreIsotherm(BulkFluid const& fluid, SteeleWall const& wall,
           filled = d.rho;
         }
       }
-      out.equilibriumPressure = std::sqrt(lo * hi);
-      break;
+      if (ok) out.equilibriumPressure = std::sqrt(lo * hi);
     }
   }
   out.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
