@@ -157,8 +157,15 @@ SlitPore::SlitPore(BulkFluid const& fluid, SteeleWall const& wall, double widthN
 
   // Linear convolutions by FFT: a length with room for the longest kernel beyond the grid.
   auto fft = std::make_shared<Fft>();
-  int length = 64;
-  while (length < n + std::max(m_kw, m_ka) + 1) length *= 2;
+  // The smallest even length of factors 2, 3, 5 and 7 only, which FFTW transforms about as
+  // fast as a power of two, with room for the longest kernel beyond the grid.
+  auto smooth = [](int v) {
+    for (int f : {2, 3, 5, 7})
+      while (v % f == 0) v /= f;
+    return v == 1;
+  };
+  int length = std::max(64, n + std::max(m_kw, m_ka) + 1);
+  while (length % 2 != 0 || !smooth(length)) ++length;
   fft->length = length;
   {
     FftwBuffer<double> real{std::size_t(length)};

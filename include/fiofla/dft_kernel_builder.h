@@ -54,8 +54,9 @@ struct PoreIsotherm {
   /// the film and the filled pore have equal grand potential (bisected to 1e-4 relative
   /// in P/Po); 0 when the branches do not differ (no transition).
   double fillingPressure = 0.0, emptyingPressure = 0.0, equilibriumPressure = 0.0;
-  int iterations = 0;   ///< Picard-Anderson iterations in all
-  int unconverged = 0;  ///< profiles that did not converge (the kernel is refused if any)
+  int iterations = 0;             ///< Picard-Anderson iterations in all
+  int unconverged = 0;            ///< profiles that did not converge (the kernel is refused if any)
+  double firstUnconverged = 0.0;  ///< P/Po of the first of them
   double seconds = 0.0;
 };
 

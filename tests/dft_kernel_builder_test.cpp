@@ -1,0 +1,91 @@
+// Kernels from the density functional: both branches and the equilibrium of a pore, the
+// same kernel on any number of threads, the model file's units and the manifest.
+#include "fiofla/dft_kernel_builder.h"
+
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <cmath>
+
+#include "fiofla/io/isotherm_file.h"
+
+namespace {
+
+using namespace fiofla::dft;
+
+KernelRecipe SmallNitrogenRecipe() {
+  KernelRecipe r;
+  r.name = "test N2 carbon slit";
+  r.gas = "N2";
+  r.temperatureK = 77.35;
+  r.fluid = {94.45, 0.3575, 0.3575, 5.0, 28.0134};
+  r.wall = {53.22, 0.3494};
+  r.widthsNm = {0.7, 2.0, 3.0};
+  for (int k = 0; k <= 42; ++k) r.pressures.push_back(1e-6 * std::pow(10.0, k / 7.0));
+  r.pressures.back() = 0.95;
+  r.settings.pointsPerRadius = 15;
+  return r;
+}
+
+TEST(DftKernelBuilder, BranchesAndTheirEquilibrium) {
+  const KernelRecipe r = SmallNitrogenRecipe();
+  const BulkFluid fluid(r.fluid, r.temperatureK);
+  const PoreIsotherm pore = ComputePoreIsotherm(fluid, r.wall, 3.0, r.pressures, r.settings);
+  EXPECT_EQ(pore.unconverged, 0);
+  // Capillary condensation with hysteresis: the film fills late, the liquid empties early,
+  // and the two have equal grand potential in between.
+  EXPECT_GT(pore.fillingPressure, pore.equilibriumPressure);
+  EXPECT_GT(pore.equilibriumPressure, pore.emptyingPressure);
+  EXPECT_GT(pore.emptyingPressure, 0.05);
+  for (std::size_t k = 0; k < r.pressures.size(); ++k) {
+    EXPECT_LE(pore.adsorption[k], pore.desorption[k] * (1.0 + 1e-9));
+    const double expected =
+        r.pressures[k] < pore.equilibriumPressure ? pore.adsorption[k] : pore.desorption[k];
+    // (Where both branches hold the same state they agree to the convergence.)
+    EXPECT_NEAR(pore.equilibrium[k], expected, 1e-7 * expected) << "P/Po " << r.pressures[k];
+  }
+  // Filled, the pore holds about the liquid: (w ρ_l) / 2 per unit of each wall.
+  const double liquid = fluid.Coexist().liquid;
+  EXPECT_NEAR(pore.desorption.back(), 3.0 * liquid / 2.0, 0.15 * 3.0 * liquid / 2.0);
+}
+
+TEST(DftKernelBuilder, SameKernelOnAnyNumberOfThreadsInTheFileUnits) {
+  const KernelRecipe r = SmallNitrogenRecipe();
+  std::size_t calls = 0;
+  const KernelBuild one = BuildKernel(r, 1, [&](std::size_t done, std::size_t total) {
+    ++calls;
+    EXPECT_LE(done, total);
+  });
+  const KernelBuild two = BuildKernel(r, 2);
+  EXPECT_EQ(calls, r.widthsNm.size());
+  EXPECT_EQ(two.threads, 2);
+  const CDFTModel a = KernelModel(r, one), b = KernelModel(r, two);
+  ASSERT_TRUE(a.IsValid());
+  ASSERT_EQ(a.Kernel().rows(), r.pressures.size());
+  ASSERT_EQ(a.Kernel().cols(), r.widthsNm.size());
+  for (std::size_t i = 0; i < r.pressures.size(); ++i)
+    for (std::size_t j = 0; j < r.widthsNm.size(); ++j)
+      EXPECT_EQ(a.Kernel()(i, j), b.Kernel()(i, j));
+  // Widths in Å; amounts in cm3 STP per m2: molecules per nm² × 1e18 / N_A × 22414.
+  EXPECT_DOUBLE_EQ(a.PoreWidths()[1], 20.0);
+  EXPECT_DOUBLE_EQ(a.Kernel()(5, 2), one.pores[2].equilibrium[5] * 1e18 / 6.02214076e23 * 22414.0);
+  EXPECT_EQ(a.Header().gasName.str(), "N2");
+  EXPECT_NEAR(one.saturationPressureKPa, 102.2, 0.5);
+
+  rapidjson::Document manifest;
+  manifest.Parse(KernelManifest(r, one, "fiofla test").c_str());
+  ASSERT_FALSE(manifest.HasParseError());
+  EXPECT_EQ(std::string(manifest["branch"].GetString()), "equilibrium");
+  EXPECT_EQ(manifest["pores"].GetArray().Size(), 3u);
+  EXPECT_NEAR(manifest["model"]["liquid_density_mmol_per_cm3"].GetDouble(), 28.84, 0.05);
+  EXPECT_NE(std::string(manifest["width_convention"].GetString()).find("solid_diameter"),
+            std::string::npos);
+}
+
+TEST(DftKernelBuilder, AFluidAboveItsCriticalPointIsRefused) {
+  KernelRecipe r = SmallNitrogenRecipe();
+  r.temperatureK = 300.0;
+  EXPECT_THROW(BuildKernel(r, 1), fiofla::InputError);
+}
+
+}  // namespace
