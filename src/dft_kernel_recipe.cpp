@@ -42,21 +42,6 @@ std::string NumberText(double v) {
   return text;
 }
 
-// A JSON value as a message shows it after "got".
-std::string Shown(Json const& v) {
-  if (v.IsNumber()) return NumberText(v.GetDouble());
-  if (v.IsString()) {
-    std::string s(v.GetString(), v.GetStringLength());
-    if (s.size() > 40) s = s.substr(0, 40) + "...";
-    for (char& c : s)
-      if (static_cast<unsigned char>(c) < 0x20) c = '?';
-    return "\"" + s + "\"";
-  }
-  if (v.IsBool()) return v.GetBool() ? "true" : "false";
-  if (v.IsNull()) return "null";
-  return v.IsArray() ? "an array" : "an object";
-}
-
 bool ValidUtf8(std::string const& s) {
   std::size_t i = 0;
   while (i < s.size()) {
@@ -91,6 +76,31 @@ bool ValidUtf8(std::string const& s) {
     i += std::size_t(extra) + 1;
   }
   return true;
+}
+
+// Text for a one-line message: at most 40 bytes, control characters and (in text that is
+// not UTF-8) every non-ASCII byte shown as '?'.
+std::string Printable(std::string s) {
+  const bool utf8 = ValidUtf8(s);
+  if (s.size() > 40) {
+    std::size_t cut = 40;
+    while (utf8 && cut > 0 && (static_cast<unsigned char>(s[cut]) & 0xC0) == 0x80) --cut;
+    s = s.substr(0, cut) + "...";
+  }
+  for (char& c : s) {
+    const unsigned char u = static_cast<unsigned char>(c);
+    if (u < 0x20 || u == 0x7F || (!utf8 && u >= 0x80)) c = '?';
+  }
+  return s;
+}
+
+// A JSON value as a message shows it after "got".
+std::string Shown(Json const& v) {
+  if (v.IsNumber()) return NumberText(v.GetDouble());
+  if (v.IsString()) return "\"" + Printable(std::string(v.GetString(), v.GetStringLength())) + "\"";
+  if (v.IsBool()) return v.GetBool() ? "true" : "false";
+  if (v.IsNull()) return "null";
+  return v.IsArray() ? "an array" : "an object";
 }
 
 // Where a number may lie, and its unit for messages.
@@ -287,13 +297,6 @@ class RecipeReader {
   }
 
  private:
-  static std::string Printable(std::string name) {
-    if (name.size() > 40) name = name.substr(0, 40) + "...";
-    for (char& c : name)
-      if (static_cast<unsigned char>(c) < 0x20) c = '?';
-    return name;
-  }
-
   std::string m_source;
 };
 

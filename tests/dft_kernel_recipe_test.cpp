@@ -239,7 +239,7 @@ TEST(KernelRecipe, EachRefusalNamesTheFileTheMemberAndTheValue) {
       {rename("", "temperature_K", "temperature_k"), "temperature_k: unknown member"},
       {text("", "name", ""), "name: must be a text of 1 to 200 bytes, got 0 bytes"},
       {text("", "gas", "N\n2"), "gas: must not hold control characters, got \"N?2\""},
-      {text("", "gas", "N\xff"), "gas: must be UTF-8 text"},
+      {text("", "gas", "N\xff"), "gas: must be UTF-8 text, got \"N?\""},
       {[](Doc& d) { d["gas"].SetInt(2); }, "gas: must be a text of 1 to 40 bytes, got 2"},
       {text("", "branch", "eq"),
        "branch: must be \"equilibrium\", \"adsorption\" or \"desorption\", got \"eq\""},

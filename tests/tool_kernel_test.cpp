@@ -1,13 +1,16 @@
 // `fiofla kernel`, driven in-process: a CSV imported, then listed and shown from a kernel
-// directory in text and JSON; refusals of incomplete or bad imports.
+// directory in text and JSON; refusals of incomplete or bad imports; a small kernel built
+// from a recipe, with its manifest, and the refusals of bad builds.
 #include <rapidjson/document.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "cli.h"
+#include "fiofla/dft_kernel_builder.h"
 #include "fiofla/dft_kernels.h"
 #include "test_util.h"
 #include "tool_run.h"
@@ -158,6 +161,119 @@ TEST(ToolKernel, IncompleteOrBadImportsAreRefusedAndWriteNothing) {
 
   EXPECT_EQ(RunTool({"kernel"}).code, fiofla::cli::kExitUsageError);
   EXPECT_EQ(RunTool({"kernel", "show"}).code, fiofla::cli::kExitUsageError);
+}
+
+// Three micropores and twelve pressures on a coarse grid: a kernel in well under a second.
+const char* kTinyRecipe = R"({
+  "name": "tiny N2", "gas": "N2", "temperature_K": 77.35,
+  "fluid": {"epsilon_K": 94.45, "sigma_nm": 0.3575, "hs_diameter_nm": 0.3575},
+  "wall": {"epsilon_K": 53.22, "sigma_nm": 0.3494},
+  "widths_nm": [0.6, 1.0, 1.5],
+  "pressures": {"from": 1e-6, "to": 0.9, "count": 12, "spacing": "log"},
+  "settings": {"points_per_radius": 10}
+})";
+
+std::string FileText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+TEST(ToolKernel, BuildWritesAKernelOfTheRecipesGridsAndItsManifest) {
+  TempDir dir;
+  std::ofstream(dir / "tiny.json") << kTinyRecipe;
+  const std::string kernel = dir / "tiny.dftk";
+  const auto run = RunTool({"kernel", "build", dir / "tiny.json", "-o", kernel, "--json"});
+  ASSERT_EQ(run.code, 0) << run.err;
+  // Progress lines are for a terminal, never for a captured stream.
+  EXPECT_EQ(run.err, "");
+  const auto result = Json(run.out);
+  EXPECT_EQ(std::string(result["manifest"].GetString()), dir / "tiny.manifest.json");
+  EXPECT_EQ(result["width_count"].GetInt(), 3);
+  EXPECT_EQ(result["pressure_count"].GetInt(), 12);
+
+  const auto recipe = fiofla::dft::ParseKernelRecipe(kTinyRecipe, "tiny.json");
+  const CDFTModel model = fiofla::LoadKernel(kernel);
+  ASSERT_TRUE(model.IsValid());
+  EXPECT_EQ(model.Header().gasName.str(), "N2");
+  EXPECT_EQ(model.Header().modelName.str(), "tiny N2");
+  EXPECT_EQ(model.Header().temperature, 77.35);
+  EXPECT_EQ(model.Header().geometry, eDFTGeometrySlit);
+  ASSERT_EQ(model.Pressures().size(), 12u);
+  ASSERT_EQ(model.PoreWidths().size(), 3u);
+  for (std::size_t i = 0; i < 12; ++i) EXPECT_EQ(model.Pressures()[i], recipe.pressures[i]);
+  for (std::size_t j = 0; j < 3; ++j)
+    EXPECT_REL_CLOSE(model.PoreWidths()[j], recipe.widthsNm[j] * 10.0, 1e-15);
+  // Amounts: finite, never less at a higher pressure, and at the top more per unit wall in
+  // the wider pore (it holds more fluid between its walls).
+  for (std::size_t j = 0; j < 3; ++j)
+    for (std::size_t i = 0; i < 12; ++i) {
+      EXPECT_TRUE(std::isfinite(model.Kernel()(i, j)) && model.Kernel()(i, j) >= 0.0);
+      if (i > 0) EXPECT_GE(model.Kernel()(i, j), model.Kernel()(i - 1, j)) << i << " " << j;
+    }
+  EXPECT_GT(model.Kernel()(11, 2), model.Kernel()(11, 0));
+
+  // The manifest is JSON with the grids, and the same model Po the summary printed.
+  const auto manifest = Json(FileText(dir / "tiny.manifest.json"));
+  ASSERT_TRUE(manifest.IsObject());
+  EXPECT_EQ(manifest["widths_nm"].Size(), 3u);
+  EXPECT_EQ(manifest["pressures"].Size(), 12u);
+  EXPECT_EQ(manifest["pores"].Size(), 3u);
+  EXPECT_EQ(std::string(manifest["generator"].GetString()).rfind("fiofla ", 0), 0u);
+  EXPECT_EQ(manifest["model"]["saturation_pressure_kPa"].GetDouble(),
+            result["saturation_pressure_kpa"].GetDouble());
+  // The model's own Po of nitrogen at 77.35 K: near the real gas's 101.3 kPa.
+  EXPECT_NEAR(result["saturation_pressure_kpa"].GetDouble(), 101.3, 10.0);
+
+  // One thread or three: the same kernel, byte for byte.
+  const auto one =
+      RunTool({"kernel", "build", dir / "tiny.json", "-o", dir / "one.dftk", "--threads", "1"});
+  ASSERT_EQ(one.code, 0) << one.err;
+  EXPECT_NE(one.out.find("Built the kernel " + dir / "one.dftk"), std::string::npos) << one.out;
+  const auto three =
+      RunTool({"kernel", "build", dir / "tiny.json", "-o", dir / "three.dftk", "--threads", "3"});
+  ASSERT_EQ(three.code, 0) << three.err;
+  EXPECT_EQ(FileText(dir / "one.dftk"), FileText(kernel));
+  EXPECT_EQ(FileText(dir / "three.dftk"), FileText(kernel));
+}
+
+TEST(ToolKernel, BadBuildsAreRefusedBeforeAnythingIsComputedOrWritten) {
+  TempDir dir;
+  std::ofstream(dir / "tiny.json") << kTinyRecipe;
+  const std::string recipe = dir / "tiny.json";
+  auto refused = [&](const std::vector<std::string>& args, int code, const std::string& message) {
+    const auto r = RunTool(args);
+    EXPECT_EQ(r.code, code) << r.err;
+    EXPECT_NE(r.err.find(message), std::string::npos) << r.err;
+  };
+  using fiofla::cli::kExitInputError;
+  using fiofla::cli::kExitUsageError;
+  refused({"kernel", "build", recipe}, kExitUsageError, "-o KERNEL.dftk is needed");
+  refused({"kernel", "build", "-o", dir / "k.dftk"}, kExitUsageError, "usage: fiofla kernel build");
+  refused({"kernel", "build", recipe, "-o", dir / "k.bin"}, kExitUsageError,
+          "must name a .dftk file");
+  refused({"kernel", "build", recipe, "-o", dir / "k.dftk", "--threads", "-1"}, kExitUsageError,
+          "--threads '-1' is not a whole number from 0 to 1024");
+  refused({"kernel", "build", recipe, "-o", dir / "k.dftk", "--threads", "1.5"}, kExitUsageError,
+          "--threads '1.5'");
+  refused({"kernel", "build", dir / "none.json", "-o", dir / "k.dftk"}, kExitInputError,
+          dir / "none.json" + ": cannot open the file");
+  refused({"kernel", "build", recipe, "-o", dir / "no/such/k.dftk"}, kExitInputError,
+          "the folder " + dir / "no/such" + " does not exist");
+  // A recipe with a misspelt member names it.
+  std::string typo = kTinyRecipe;
+  typo.replace(typo.find("points_per_radius"), 17, "points_per_radium");
+  std::ofstream(dir / "typo.json") << typo;
+  refused({"kernel", "build", dir / "typo.json", "-o", dir / "k.dftk"}, kExitInputError,
+          dir / "typo.json" + ": settings.points_per_radium: unknown member");
+  // Above the fluid's critical temperature there is no Po: refused by the builder.
+  std::string hot = kTinyRecipe;
+  hot.replace(hot.find("77.35"), 5, "300");
+  std::ofstream(dir / "hot.json") << hot;
+  refused({"kernel", "build", dir / "hot.json", "-o", dir / "k.dftk"}, kExitInputError,
+          "no vapour-liquid coexistence");
+  EXPECT_FALSE(fs::exists(dir / "k.dftk"));
+  EXPECT_FALSE(fs::exists(dir / "k.manifest.json"));
+  EXPECT_FALSE(fs::exists(dir / "no"));
 }
 
 }  // namespace

@@ -1,13 +1,23 @@
-// `fiofla kernel`: the DFT kernels in the kernel directory listed and shown, and kernels
-// tabulated as CSV imported into kernel files.
+// `fiofla kernel`: the DFT kernels in the kernel directory listed and shown, kernels
+// tabulated as CSV imported into kernel files, and kernels built from a recipe by the
+// density-functional engine.
+#include <unistd.h>
+
+#include <chrono>
 #include <cinttypes>
+#include <cmath>
 #include <cstdio>
+#include <filesystem>
+#include <iostream>
 #include <memory>
+#include <mutex>
 
 #include "app.h"
 #include "cli.h"
 #include "cli_common.h"
+#include "fiofla/dft_kernel_builder.h"
 #include "fiofla/dft_kernels.h"
+#include "fiofla/io/file_util.h"
 #include "result.h"
 
 namespace fiofla::cli {
@@ -20,6 +30,7 @@ struct KernelOptions {
   bool grids = false;
   bool json = false;
   KernelCsvOptions csv;
+  int threads = 0;  // build: 0 all cores
 };
 
 std::string Directory(const KernelOptions& o) {
@@ -141,7 +152,8 @@ int List(const KernelOptions& o, Streams& io) {
            k.modelName});
   }
   if (kernels.empty())
-    r.Text("No kernels (.dftk files) there; 'fiofla kernel convert' imports one from CSV.");
+    r.Text("No kernels (.dftk files) there; 'fiofla kernel build' computes one from a recipe,")
+        .Text("'fiofla kernel convert' imports one from CSV.");
   r.Print(io.out, o.json);
   return kExitOk;
 }
@@ -188,6 +200,109 @@ int Convert(const KernelOptions& o, Streams& io) {
   return kExitOk;
 }
 
+const char* BranchName(dft::KernelBranch branch) {
+  switch (branch) {
+    case dft::KernelBranch::kAdsorption:
+      return "adsorption";
+    case dft::KernelBranch::kDesorption:
+      return "desorption";
+    case dft::KernelBranch::kEquilibrium:
+      break;
+  }
+  return "equilibrium";
+}
+
+// "0:41", "12:05", "2:03:17".
+std::string Clock(double seconds) {
+  const long long s = static_cast<long long>(seconds);
+  char text[32];
+  if (s >= 3600)
+    std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", s / 3600, s / 60 % 60, s % 60);
+  else
+    std::snprintf(text, sizeof text, "%lld:%02lld", s / 60, s % 60);
+  return text;
+}
+
+// KERNEL.dftk's manifest, KERNEL.manifest.json beside it.
+std::string ManifestPath(const std::string& kernel) {
+  const std::string ext = kKernelExtension;
+  const std::string name = std::filesystem::path(kernel).filename().string();
+  if (name.size() <= ext.size() || name.compare(name.size() - ext.size(), ext.size(), ext) != 0)
+    throw UsageError{"--output '" + kernel + "' must name a " + ext +
+                     " file (its manifest goes beside it as NAME.manifest.json)"};
+  return kernel.substr(0, kernel.size() - ext.size()) + ".manifest.json";
+}
+
+int Build(const KernelOptions& o, Streams& io) {
+  if (o.kernel.empty()) throw UsageError{"usage: fiofla kernel build RECIPE -o KERNEL.dftk"};
+  if (o.output.empty()) throw UsageError{"-o KERNEL.dftk is needed (the kernel file to write)"};
+  const std::string manifest = ManifestPath(o.output);
+  const dft::KernelRecipe recipe = dft::ReadKernelRecipe(o.kernel);
+  // A build takes a while: a missing folder is better said before it than after.
+  const std::filesystem::path folder = std::filesystem::path(o.output).parent_path();
+  std::error_code ec;
+  if (!folder.empty() && !std::filesystem::is_directory(folder, ec))
+    throw InputError("cannot write " + o.output + ": the folder " + folder.string() +
+                     " does not exist");
+
+  // Progress only for a person watching: never into a log or a test's stream.
+  const bool terminal = io.err.rdbuf() == std::cerr.rdbuf() && ::isatty(STDERR_FILENO) == 1;
+  const auto start = std::chrono::steady_clock::now();
+  std::mutex lock;
+  auto progress = [&](std::size_t done, std::size_t total) {
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    std::lock_guard<std::mutex> hold(lock);
+    io.err << "width " << done << "/" << total << " done, " << Clock(elapsed.count()) << " elapsed"
+           << std::endl;
+  };
+  const dft::KernelBuild build =
+      dft::BuildKernel(recipe, o.threads,
+                       terminal ? std::function<void(std::size_t, std::size_t)>(progress)
+                                : std::function<void(std::size_t, std::size_t)>());
+
+  WriteKernelFile(dft::KernelModel(recipe, build), o.output);
+  std::string error;
+  if (!WriteFileAtomically(manifest, dft::KernelManifest(recipe, build, "fiofla " FIOFLA_VERSION),
+                           &error))
+    throw InputError(error + " (the kernel " + o.output + " itself was written)");
+
+  long long transitions = 0, iterations = 0;
+  for (const dft::PoreIsotherm& pore : build.pores) {
+    transitions += pore.fillingPressure > 0.0 ? 1 : 0;
+    iterations += pore.iterations;
+  }
+  const std::vector<double>& w = recipe.widthsNm;
+  const std::vector<double>& p = recipe.pressures;
+  Result r("Built the kernel " + o.output + " from " + o.kernel);
+  r.Add("output", "", o.output)
+      .Add("manifest", "Manifest", manifest)
+      .Add("recipe", "", o.kernel)
+      .Add("model_name", "Model", recipe.name)
+      .Add("gas", "Gas", recipe.gas)
+      .Add("temperature_k", "Temperature", recipe.temperatureK, "K")
+      .Add("branch", "Branch", std::string(BranchName(recipe.branch)))
+      .Add("width_count", "", static_cast<long long>(w.size()))
+      .Add("width_min_nm", "", w.front())
+      .Add("width_max_nm", "", w.back())
+      .Add("", "Pore widths", std::to_string(w.size()) + ", " + Range(w.front(), w.back(), "nm"))
+      .Add("pressure_count", "", static_cast<long long>(p.size()))
+      .Add("pressure_min", "", p.front())
+      .Add("pressure_max", "", p.back())
+      .Add("", "Pressures", std::to_string(p.size()) + ", P/Po " + Range(p.front(), p.back(), ""))
+      .Add("saturation_pressure_kpa", "Model Po", build.saturationPressureKPa, "kPa")
+      .Add("liquid_density_mmol_per_cm3", "Liquid density", build.liquidDensityMmolPerCm3,
+           "mmol/cm3 (model)")
+      .Add("pores_with_transition", "", transitions)
+      .Add("", "Filling steps",
+           std::to_string(transitions) + " of " + std::to_string(w.size()) + " pores")
+      .Add("iterations", "", iterations)
+      .Add("threads", "Threads", static_cast<long long>(build.threads))
+      .Add("seconds", "", build.seconds)
+      .Add("", "Time", Clock(build.seconds) + " (" + Num(build.seconds, 4) + " s)");
+  r.Print(io.out, o.json);
+  return kExitOk;
+}
+
 void AddKernelDirOption(CLI::App* cmd, KernelOptions& o) {
   cmd->add_option("--kernel-dir", o.kernelDir,
                   "where kernels are looked up (default: $FIOFLA_KERNEL_DIR, else the kernels\n"
@@ -199,16 +314,16 @@ void AddKernelDirOption(CLI::App* cmd, KernelOptions& o) {
 
 void AddKernelCommand(CLI::App& app, Commands& commands) {
   CLI::App* kernel = AddCommand(
-      app, "kernel", "DFT kernels: list, show, import from CSV",
+      app, "kernel", "DFT kernels: list, show, import from CSV, build from a recipe",
       "DFT kernels (KERNEL.dftk model files): the quantity adsorbed, cm3 STP per m2 of pore\n"
       "wall, at a grid of P/Po in pores of a grid of widths (angstrom), for one gas,\n"
       "temperature and pore geometry. A kernel is named by a path, or by its name in the\n"
       "kernel directory (NAME or NAME.dftk).\n",
-      "exit codes: 0 ok, 1 kernel or CSV missing, unreadable or malformed, or OUT\n"
-      "            unwritable; 2 bad arguments\n");
+      "exit codes: 0 ok, 1 kernel, CSV or recipe missing, unreadable or malformed, a\n"
+      "            profile that would not converge, or OUT unwritable; 2 bad arguments\n");
   kernel->require_subcommand(0, 1);
   commands.Add(kernel, [](Streams&) -> int {
-    throw UsageError{"no subcommand given (list, show, convert)"};
+    throw UsageError{"no subcommand given (list, show, convert, build)"};
   });
 
   auto list = std::make_shared<KernelOptions>();
@@ -295,6 +410,40 @@ void AddKernelCommand(CLI::App& app, Commands& commands) {
       ->type_name("NAME");
   cmd->add_flag("--json", conv->json, "print the result as JSON");
   commands.Add(cmd, [conv](Streams& io) { return Convert(*conv, io); });
+
+  auto build = std::make_shared<KernelOptions>();
+  cmd = AddCommand(
+      *kernel, "build", "a kernel computed from a recipe by fiofla's density functional",
+      "Reads a kernel recipe (JSON: fluid, wall, temperature, pore widths, relative\n"
+      "pressures; see data/kernels/README.md), computes every pore's isotherm with the\n"
+      "density-functional engine and writes the kernel file, and its manifest (the recipe,\n"
+      "the model's Po and liquid density, the grids and every pore's filling pressure) as\n"
+      "KERNEL.manifest.json beside it. When standard error is a terminal, a line per\n"
+      "width there says how far it got.\n",
+      "");
+  cmd->add_option("RECIPE", build->kernel, "the kernel recipe (JSON)");
+  cmd->add_option_function<std::string>(
+         "-o,--output",
+         [build](const std::string& v) {
+           if (v.empty()) throw UsageError{"--output needs a file name"};
+           build->output = v;
+         },
+         "the kernel file to write (NAME.dftk); it and its manifest are replaced only once\n"
+         "complete")
+      ->type_name("KERNEL.dftk");
+  cmd->add_option_function<std::string>(
+         "--threads",
+         [build](const std::string& v) {
+           const auto n = ToDouble(v);
+           if (!n || *n < 0 || *n != std::floor(*n) || *n > 1024)
+             throw UsageError{"--threads '" + v + "' is not a whole number from 0 to 1024"};
+           build->threads = static_cast<int>(*n);
+         },
+         "threads computing pores at once (default 0: all cores); the kernel is the same\n"
+         "whatever the number")
+      ->type_name("N");
+  cmd->add_flag("--json", build->json, "print the result as JSON");
+  commands.Add(cmd, [build](Streams& io) { return Build(*build, io); });
 }
 
 }  // namespace fiofla::cli
