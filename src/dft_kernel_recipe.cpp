@@ -238,15 +238,33 @@ class RecipeReader {
     return s;
   }
 
-  // An explicit ascending list, or {from, to, count, spacing}.
+  // An explicit ascending list, one segment {from, to, count, spacing}, or a list of
+  // segments joined end to end (a log-spaced range, then a linear one, say).
   std::vector<double> Grid(Json const& root, const char* name, Range const& r, std::size_t maxCount,
                            const char* what) const {
     Json const* v = Find(root, name);
     const std::string where = name;
-    const std::string shape =
-        std::string("an ascending array of ") + what + " or an object {from, to, count, spacing}";
+    const std::string shape = std::string("an ascending array of ") + what +
+                              ", an object {from, to, count, spacing} or an array of such objects";
     if (v == nullptr) Fail(where, "missing; must be " + shape);
     std::vector<double> grid;
+    if (v->IsArray() && v->Size() > 0 && (*v)[0].IsObject()) {
+      for (rapidjson::SizeType i = 0; i < v->Size(); ++i) {
+        const std::string at = where + "[" + std::to_string(i) + "]";
+        if (!(*v)[i].IsObject())
+          Fail(at, "must be an object {from, to, count, spacing} like the first");
+        const std::vector<double> part = Segment((*v)[i], at, r, maxCount, what);
+        // A segment may begin where the one before ended.
+        const std::size_t skip = !grid.empty() && part.front() == grid.back() ? 1 : 0;
+        if (!grid.empty() && !(part[skip] > grid.back()))
+          Fail(at + ".from", "must not lie below the end of the segment before, " +
+                                 NumberText(grid.back()) + ", got " + NumberText(part.front()));
+        grid.insert(grid.end(), part.begin() + std::ptrdiff_t(skip), part.end());
+        if (grid.size() > maxCount)
+          Fail(where, "must hold at most " + std::to_string(maxCount) + " " + what + " in all");
+      }
+      return grid;
+    }
     if (v->IsArray()) {
       if (v->Size() < 2 || v->Size() > maxCount)
         Fail(where, "must hold 2 to " + std::to_string(maxCount) + " " + what + ", got " +
@@ -262,18 +280,25 @@ class RecipeReader {
       return grid;
     }
     if (!v->IsObject()) Fail(where, "must be " + shape + ", got " + Shown(*v));
-    OnlyKnown(*v, where, {"from", "to", "count", "spacing"});
-    const double from = Number(*v, where, "from", r);
-    const double to = Number(*v, where, "to", r);
+    return Segment(*v, where, r, maxCount, what);
+  }
+
+  // One segment {from, to, count, spacing}.
+  std::vector<double> Segment(Json const& v, const std::string& where, Range const& r,
+                              std::size_t maxCount, const char* what) const {
+    std::vector<double> grid;
+    OnlyKnown(v, where, {"from", "to", "count", "spacing"});
+    const double from = Number(v, where, "from", r);
+    const double to = Number(v, where, "to", r);
     if (!(to > from))
       Fail(where + ".to",
            "must be above " + where + ".from (" + NumberText(from) + "), got " + NumberText(to));
-    Json const* count = Find(*v, "count");
+    Json const* count = Find(v, "count");
     if (count == nullptr)
       Fail(where + ".count",
            "missing; must be a whole number from 2 to " + std::to_string(maxCount));
     const long long n = Whole(*count, where + ".count", 2, static_cast<long long>(maxCount));
-    Json const* spacing = Find(*v, "spacing");
+    Json const* spacing = Find(v, "spacing");
     const std::string spacings = "must be \"log\" or \"linear\"";
     if (spacing == nullptr) Fail(where + ".spacing", "missing; " + spacings);
     const std::string s =

@@ -173,6 +173,29 @@ TEST(KernelRecipe, GridsAreExpandedWithTheirEndsExact) {
             std::string::npos);
 }
 
+TEST(KernelRecipe, SegmentsAreJoinedEndToEnd) {
+  std::string text = kMinimal;
+  const auto at = text.find("\"pressures\"");
+  const auto end = text.find('}', at);
+  text.replace(at, end - at + 1,
+               "\"pressures\": [{\"from\": 1e-6, \"to\": 0.1, \"count\": 6, \"spacing\": \"log\"}, "
+               "{\"from\": 0.1, \"to\": 0.9, \"count\": 5, \"spacing\": \"linear\"}]");
+  const KernelRecipe r = Parse(text);
+  // The shared end 0.1 once: 6 + 5 − 1 points.
+  ASSERT_EQ(r.pressures.size(), 10u);
+  EXPECT_EQ(r.pressures[5], 0.1);
+  EXPECT_REL_CLOSE(r.pressures[4], 0.01, 1e-12);
+  EXPECT_REL_CLOSE(r.pressures[6], 0.3, 1e-12);
+  EXPECT_EQ(r.pressures.back(), 0.9);
+  // A segment that starts below the end of the one before is refused.
+  std::string back = text;
+  back.replace(back.find("\"from\": 0.1"), 11, "\"from\": 0.05");
+  EXPECT_NE(Refusal(back).find("pressures[1].from: must not lie below the end of the segment "
+                               "before, 0.1, got 0.05"),
+            std::string::npos)
+      << Refusal(back);
+}
+
 TEST(KernelRecipe, EachRefusalNamesTheFileTheMemberAndTheValue) {
   using Doc = rapidjson::Document;
   auto number = [](const char* object, const char* member, double v) {
@@ -253,8 +276,8 @@ TEST(KernelRecipe, EachRefusalNamesTheFileTheMemberAndTheValue) {
       {grid("pressures", std::vector<double>(2001, 0.5)),
        "pressures: must hold 2 to 2000 pressures, got 2001"},
       {[](Doc& d) { d["pressures"].SetString("log"); },
-       "pressures: must be an ascending array of pressures or an object {from, to, count, "
-       "spacing}, got \"log\""},
+       "pressures: must be an ascending array of pressures, an object {from, to, count, "
+       "spacing} or an array of such objects, got \"log\""},
       {spec("widths_nm", R"({"from": 0.35, "to": 50, "count": 1, "spacing": "log"})"),
        "widths_nm.count: must be a whole number from 2 to 1000, got 1"},
       {spec("widths_nm", R"({"from": 0.35, "to": 50, "count": 2.5, "spacing": "log"})"),
@@ -368,7 +391,7 @@ TEST(KernelRecipe, TheShippedRecipesAllParse) {
   // The grids data/kernels/README.md states.
   const KernelRecipe n2 = ReadKernelRecipe((folder / "n2-77-carbon-slit.json").string());
   EXPECT_EQ(n2.widthsNm.size(), 100u);
-  EXPECT_EQ(n2.pressures.size(), 150u);
+  EXPECT_EQ(n2.pressures.size(), 160u);  // 100 log-spaced below 0.1, 61 linear from it
   EXPECT_EQ(n2.pressures.back(), 0.995);
   const KernelRecipe co2 = ReadKernelRecipe((folder / "co2-273-carbon-slit.json").string());
   EXPECT_EQ(co2.widthsNm.size(), 40u);
