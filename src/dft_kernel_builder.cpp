@@ -225,6 +225,10 @@ std::string KernelManifest(KernelRecipe const& recipe, KernelBuild const& build,
     else
       out.Null();
   };
+  auto whole = [&](const char* k, long long v) {
+    out.Key(k);
+    out.Int64(v);
+  };
   auto string = [&](const char* k, const std::string& v) {
     out.Key(k);
     out.String(v.c_str());
@@ -267,10 +271,10 @@ std::string KernelManifest(KernelRecipe const& recipe, KernelBuild const& build,
   out.EndObject();
   key("settings");
   out.StartObject();
-  number("points_per_radius", recipe.settings.pointsPerRadius);
+  whole("points_per_radius", recipe.settings.pointsPerRadius);
   number("tolerance", recipe.settings.tolerance);
-  number("max_iterations", recipe.settings.maxIterations);
-  number("history", recipe.settings.history);
+  whole("max_iterations", recipe.settings.maxIterations);
+  whole("history", recipe.settings.history);
   number("mixing", recipe.settings.mixing);
   number("cap_kT", recipe.settings.capKT);
   out.EndObject();
@@ -291,7 +295,7 @@ std::string KernelManifest(KernelRecipe const& recipe, KernelBuild const& build,
   array("widths_nm", recipe.widthsNm);
   array("pressures", recipe.pressures);
   number("seconds", build.seconds);
-  number("threads", build.threads);
+  whole("threads", build.threads);
   key("pores");
   out.StartArray();
   for (PoreIsotherm const& p : build.pores) {
@@ -300,7 +304,7 @@ std::string KernelManifest(KernelRecipe const& recipe, KernelBuild const& build,
     number("filling_pressure", p.fillingPressure);
     number("emptying_pressure", p.emptyingPressure);
     number("equilibrium_pressure", p.equilibriumPressure);
-    number("iterations", p.iterations);
+    whole("iterations", p.iterations);
     number("seconds", p.seconds);
     out.EndObject();
   }
