@@ -3,7 +3,7 @@
 # kernel recipes) with clang++ and runs each on a copy of its seed corpus (the checked-in
 # corpus is never modified). Exits non-zero when any target crashes.
 #
-#   fuzz/run.sh [build-dir]                   short, deterministic smoke run (~40 s in all)
+#   fuzz/run.sh [build-dir]                   short, deterministic smoke run (about a minute in all)
 #   FUZZ_SECONDS=600 fuzz/run.sh [build-dir]  each target for that many seconds
 #   FUZZ_CORPUS=DIR fuzz/run.sh [build-dir]   keep each target's grown corpus in DIR/<name>
 #                                             between runs (seeded from fuzz/corpus once)
