@@ -43,6 +43,22 @@ std::vector<Point> Branch(SlitPore const& pore, std::vector<double> const& x, bo
     const double liquidStart = liquid > 0.0 ? liquid : c.liquid;
     SlitProfile prof = pore.Solve(mu, previous, ascending ? vapour : liquidStart);
     out.iterations += prof.iterations;
+    // A step too long for the iteration: walk to it from the last converged pressure in
+    // 4, then 16 geometric sub-steps.
+    for (int parts = 4; !prof.converged && !previous.empty() && step > 0 && parts <= 16;
+         parts *= 4) {
+      const double from = x[ascending ? k - 1 : k + 1];
+      std::vector<double> walk = previous;
+      bool ok = true;
+      for (int q = 1; q <= parts && ok; ++q) {
+        const double xq = from * std::pow(x[k] / from, double(q) / parts);
+        const SlitProfile sub = pore.Solve(ChemicalPotentialAt(fluid, xq), walk, 0.0);
+        out.iterations += sub.iterations;
+        ok = sub.converged;
+        if (ok) walk = sub.rho;
+        if (ok && q == parts) prof = sub;
+      }
+    }
     if (!prof.converged) {
       prof = pore.Solve(mu, {}, ascending ? liquidStart : vapour);
       out.iterations += prof.iterations;

@@ -265,6 +265,17 @@ double SlitPore::GrandPotential(std::vector<double> const& rho, double mu) const
 
 SlitProfile SlitPore::Solve(double mu, std::vector<double> const& start,
                             double startDensity) const {
+  // Anderson mixing can stall on a profile that plain Picard steps bring home (layering in
+  // a micropore): a solve that does not converge is run again without it.
+  SlitProfile first = Iterate(mu, start, startDensity, m_settings.history);
+  if (first.converged || m_settings.history <= 0) return first;
+  SlitProfile second = Iterate(mu, start, startDensity, 0);
+  second.iterations += first.iterations;
+  return second;
+}
+
+SlitProfile SlitPore::Iterate(double mu, std::vector<double> const& start, double startDensity,
+                              int history) const {
   const std::size_t n = m_z.size();
   SlitProfile out;
   std::vector<double> x(n);
@@ -295,7 +306,7 @@ SlitProfile SlitPore::Solve(double mu, std::vector<double> const& start,
     return worst;
   };
 
-  const int history = std::max(0, m_settings.history);
+  history = std::max(0, history);
   std::deque<Eigen::VectorXd> dx, df;
   Eigen::VectorXd xPrev, fPrev;
   double beta = m_settings.mixing;
@@ -312,7 +323,7 @@ SlitProfile SlitPore::Solve(double mu, std::vector<double> const& start,
     }
     const Eigen::Map<const Eigen::VectorXd> xv(x.data(), Eigen::Index(n));
     const Eigen::Map<const Eigen::VectorXd> fv(f.data(), Eigen::Index(n));
-    if (xPrev.size() == Eigen::Index(n)) {
+    if (history > 0 && xPrev.size() == Eigen::Index(n)) {
       dx.push_back(xv - xPrev);
       df.push_back(fv - fPrev);
       if (int(dx.size()) > history) {
@@ -320,8 +331,10 @@ SlitProfile SlitPore::Solve(double mu, std::vector<double> const& start,
         df.pop_front();
       }
     }
-    xPrev = xv;
-    fPrev = fv;
+    if (history > 0) {
+      xPrev = xv;
+      fPrev = fv;
+    }
     Eigen::VectorXd next = xv + beta * fv;
     if (!df.empty()) {
       // γ = argmin |f − ΔF γ|, by the normal equations lightly regularised.

@@ -14,7 +14,10 @@
 // thousand points; the profile is symmetric about the middle by construction.
 // Solver: Picard steps in ln ρ accelerated by Anderson mixing (Anderson 1965; Walker and Ni
 // 2011), started from a given profile (the previous pressure's) or from the bulk density of
-// the given μ; a step that would pack the spheres beyond n3 = 0.999 is halved.
+// the given μ; a step that would pack the spheres beyond n3 = 0.999 is halved. A solve that
+// does not converge in maxIterations is run again from the same start with plain Picard
+// steps, which bring home the few profiles (layering in micropores) where Anderson mixing
+// stalls.
 // Convergence: the largest change of ln ρ in one Picard step below `tolerance`.
 //
 // Pore width: w = H − solidDiameter, H the distance between the two planes of carbon
@@ -85,6 +88,8 @@ class SlitPore {
   struct Work;
   void Correlation(std::vector<double> const& rho, Work& w) const;
   double FreeEnergy(std::vector<double> const& rho, Work& w) const;
+  SlitProfile Iterate(double mu, std::vector<double> const& start, double startDensity,
+                      int history) const;
 
   BulkFluid m_fluid;
   SlitSettings m_settings;
