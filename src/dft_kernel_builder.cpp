@@ -104,10 +104,8 @@ PoreIsotherm ComputePoreIsotherm(BulkFluid const& fluid, SteeleWall const& wall,
     out.desorption.push_back(des[k].amount);
     largest = std::max(largest, std::fabs(ads[k].amount));
     apart = std::max(apart, std::fabs(ads[k].amount - des[k].amount));
-    // The stable state: the lower grand potential.
-    out.equilibrium.push_back(des[k].converged && (!ads[k].converged || des[k].omega < ads[k].omega)
-                                  ? des[k].amount
-                                  : ads[k].amount);
+    out.adsorptionConverged.push_back(ads[k].converged);
+    out.desorptionConverged.push_back(des[k].converged);
   }
   if (apart > 1e-6 * largest && n >= 2) {
     out.fillingPressure = StepPressure(x, out.adsorption);
@@ -155,6 +153,19 @@ PoreIsotherm ComputePoreIsotherm(BulkFluid const& fluid, SteeleWall const& wall,
       if (ok) out.equilibriumPressure = std::sqrt(lo * hi);
     }
   }
+  // The stable state at each pressure: the lower grand potential where both converged;
+  // otherwise the film below the transition and the filled pore above it.
+  for (std::size_t k = 0; k < n; ++k) {
+    bool filledWins;
+    if (ads[k].converged && des[k].converged)
+      filledWins = des[k].omega < ads[k].omega;
+    else if (out.equilibriumPressure > 0.0)
+      filledWins = x[k] > out.equilibriumPressure;
+    else
+      filledWins = !ads[k].converged;
+    out.equilibrium.push_back(filledWins ? des[k].amount : ads[k].amount);
+    out.equilibriumConverged.push_back(filledWins ? des[k].converged : ads[k].converged);
+  }
   out.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return out;
 }
@@ -194,15 +205,21 @@ KernelBuild BuildKernel(KernelRecipe const& recipe, int threads,
   for (unsigned t = 1; t < workers; ++t) pool.emplace_back(work);
   work();
   for (std::thread& t : pool) t.join();
-  for (PoreIsotherm const& p : build.pores)
-    if (p.unconverged > 0) {
-      char text[160];
-      std::snprintf(text, sizeof text,
-                    "kernel %s: the profile in the %.4g nm pore at P/Po %.4g did not converge "
-                    "(%d profiles in that pore)",
-                    recipe.name.c_str(), p.widthNm, p.firstUnconverged, p.unconverged);
-      throw InputError(text);
-    }
+  // A profile the kernel uses that did not converge refuses the kernel, naming it.
+  for (PoreIsotherm const& p : build.pores) {
+    std::vector<char> const& used =
+        recipe.branch == KernelBranch::kAdsorption   ? p.adsorptionConverged
+        : recipe.branch == KernelBranch::kDesorption ? p.desorptionConverged
+                                                     : p.equilibriumConverged;
+    for (std::size_t k = 0; k < used.size(); ++k)
+      if (!used[k]) {
+        char text[200];
+        std::snprintf(text, sizeof text,
+                      "kernel %s: the profile in the %.4g nm pore at P/Po %.4g did not converge",
+                      recipe.name.c_str(), p.widthNm, recipe.pressures[k]);
+        throw InputError(text);
+      }
+  }
   build.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return build;
 }
@@ -321,6 +338,7 @@ std::string KernelManifest(KernelRecipe const& recipe, KernelBuild const& build,
     number("emptying_pressure", p.emptyingPressure);
     number("equilibrium_pressure", p.equilibriumPressure);
     whole("iterations", p.iterations);
+    whole("unconverged_unused_profiles", p.unconverged);
     number("seconds", p.seconds);
     out.EndObject();
   }

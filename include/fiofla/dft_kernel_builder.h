@@ -54,9 +54,15 @@ struct PoreIsotherm {
   /// the film and the filled pore have equal grand potential (bisected to 1e-4 relative
   /// in P/Po); 0 when the branches do not differ (no transition).
   double fillingPressure = 0.0, emptyingPressure = 0.0, equilibriumPressure = 0.0;
-  int iterations = 0;             ///< Picard-Anderson iterations in all
-  int unconverged = 0;            ///< profiles that did not converge (the kernel is refused if any)
-  double firstUnconverged = 0.0;  ///< P/Po of the first of them
+  int iterations = 0;  ///< Picard-Anderson iterations in all
+  /// Per pressure, whether each branch's profile converged (1) or not (0).
+  std::vector<char> adsorptionConverged, desorptionConverged, equilibriumConverged;
+  /// Profiles that did not converge, and the P/Po of the first. A kernel is refused when a
+  /// profile it uses did not converge; a metastable state it does not use (a film beyond
+  /// the equilibrium transition, near its spinodal, where convergence slows down) is
+  /// reported in the manifest, not used.
+  int unconverged = 0;
+  double firstUnconverged = 0.0;
   double seconds = 0.0;
 };
 
