@@ -51,6 +51,13 @@
 #include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"
 #include "fiofla/datagasadsorption.h"
-#include "fiofla/dft_kernels.h"
 #include "fiofla/gasdft.h"
 #include "fiofla/report_bet.h"
+#include "fiofla/report_dft.h"
+#include "fiofla/report_pores.h"
+
+// DFT kernels: the catalogue, and the density-functional engine that makes them.
+#include "fiofla/dft_fluid.h"
+#include "fiofla/dft_kernel_builder.h"
+#include "fiofla/dft_kernels.h"
+#include "fiofla/dft_slit.h"
