@@ -22,6 +22,8 @@ BulkFluid::BulkFluid(LJFluid const& fluid, double temperatureK)
   };
   m_a = 4.0 * kPi * (-e * rm * rm * rm / 3.0 + (rc > rm ? tail(rc) - tail(rm) : 0.0));
   m_d3 = kPi / 6.0 * std::pow(fluid.diameterNm, 3);
+  // Every pressure of every kernel asks for Po and the coexisting densities.
+  m_coexistence = FindCoexistence();
 }
 
 double BulkFluid::AttractivePotential(double r) const {
@@ -63,7 +65,7 @@ double BulkFluid::PascalPerUnit() const {
   return kBoltzmann * m_temperature * 1e27;
 }
 
-Coexistence BulkFluid::Coexist() const {
+Coexistence BulkFluid::FindCoexistence() const {
   Coexistence c;
   const double top = 0.999 / m_d3;
   auto slope = [&](double r) { return ChemicalPotentialSlope(r); };
@@ -151,7 +153,7 @@ double BulkFluid::VapourDensityAt(double pressure) const {
 }
 
 double BulkFluid::LiquidDensityAt(double mu) const {
-  const Coexistence c = Coexist();
+  const Coexistence& c = m_coexistence;
   if (!c.ok) return -1.0;
   double rho = c.liquid;
   for (int k = 0; k < 200; ++k) {

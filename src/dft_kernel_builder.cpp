@@ -32,7 +32,7 @@ struct Point {
 std::vector<Point> Branch(SlitPore const& pore, std::vector<double> const& x, bool ascending,
                           PoreIsotherm& out) {
   BulkFluid const& fluid = pore.Fluid();
-  const Coexistence c = fluid.Coexist();
+  const Coexistence& c = fluid.Coexist();
   std::vector<Point> points(x.size());
   std::vector<double> previous;
   for (std::size_t step = 0; step < x.size(); ++step) {
@@ -174,7 +174,7 @@ KernelBuild BuildKernel(KernelRecipe const& recipe, int threads,
                         std::function<void(std::size_t, std::size_t)> const& progress) {
   const auto start = std::chrono::steady_clock::now();
   const BulkFluid fluid(recipe.fluid, recipe.temperatureK);
-  const Coexistence c = fluid.Coexist();
+  const Coexistence& c = fluid.Coexist();
   if (!c.ok)
     throw InputError("kernel " + recipe.name + ": the fluid has no vapour-liquid coexistence at " +
                      std::to_string(recipe.temperatureK) + " K (above its critical temperature)");

@@ -284,7 +284,7 @@ SlitProfile SlitPore::Iterate(double mu, std::vector<double> const& start, doubl
   } else {
     // The first Picard step from the bulk, ρ e^(−V), but never denser than the liquid: a
     // film where the wall attracts, a gap where it repels.
-    const Coexistence c = m_fluid.Coexist();
+    const Coexistence& c = m_fluid.Coexist();
     const double ceiling =
         std::log(c.ok ? c.liquid : 0.9 / (kPi / 6.0 * std::pow(2.0 * m_radius, 3)));
     for (std::size_t i = 0; i < n; ++i)
@@ -383,14 +383,14 @@ SlitProfile SlitPore::Iterate(double mu, std::vector<double> const& start, doubl
 }
 
 double ChemicalPotentialAt(BulkFluid const& fluid, double x) {
-  const Coexistence c = fluid.Coexist();
+  const Coexistence& c = fluid.Coexist();
   const double rho = c.ok ? fluid.VapourDensityAt(x * c.pressure) : -1.0;
   return rho > 0.0 ? fluid.ChemicalPotential(rho) : std::nan("");
 }
 
 std::vector<BranchPoint> AdsorptionBranch(SlitPore const& pore, std::vector<double> const& x) {
   BulkFluid const& fluid = pore.Fluid();
-  const Coexistence c = fluid.Coexist();
+  const Coexistence& c = fluid.Coexist();
   std::vector<BranchPoint> out;
   std::vector<double> previous;
   for (double p : x) {

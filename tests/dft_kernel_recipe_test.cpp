@@ -221,7 +221,7 @@ TEST(KernelRecipe, EachRefusalNamesTheFileTheMemberAndTheValue) {
       for (double v : values) d[member].PushBack(v, d.GetAllocator());
     };
   };
-  auto spec = [](const char* member, const char* json) {
+  auto object = [](const char* member, const char* json) {
     return [=](Doc& d) {
       Doc part(&d.GetAllocator());
       part.Parse(json);
@@ -278,19 +278,19 @@ TEST(KernelRecipe, EachRefusalNamesTheFileTheMemberAndTheValue) {
       {[](Doc& d) { d["pressures"].SetString("log"); },
        "pressures: must be an ascending array of pressures, an object {from, to, count, "
        "spacing} or an array of such objects, got \"log\""},
-      {spec("widths_nm", R"({"from": 0.35, "to": 50, "count": 1, "spacing": "log"})"),
+      {object("widths_nm", R"({"from": 0.35, "to": 50, "count": 1, "spacing": "log"})"),
        "widths_nm.count: must be a whole number from 2 to 1000, got 1"},
-      {spec("widths_nm", R"({"from": 0.35, "to": 50, "count": 2.5, "spacing": "log"})"),
+      {object("widths_nm", R"({"from": 0.35, "to": 50, "count": 2.5, "spacing": "log"})"),
        "widths_nm.count: must be a whole number from 2 to 1000, got 2.5"},
-      {spec("widths_nm", R"({"from": 0.35, "to": 50, "count": 10})"),
+      {object("widths_nm", R"({"from": 0.35, "to": 50, "count": 10})"),
        "widths_nm.spacing: missing; must be \"log\" or \"linear\""},
-      {spec("widths_nm", R"({"from": 0.35, "to": 50, "count": 10, "spacing": "lin"})"),
+      {object("widths_nm", R"({"from": 0.35, "to": 50, "count": 10, "spacing": "lin"})"),
        "widths_nm.spacing: must be \"log\" or \"linear\", got \"lin\""},
-      {spec("widths_nm", R"({"from": 0.35, "to": 50, "count": 10, "spacing": "log", "n": 3})"),
+      {object("widths_nm", R"({"from": 0.35, "to": 50, "count": 10, "spacing": "log", "n": 3})"),
        "widths_nm.n: unknown member (widths_nm takes from, to, count, spacing)"},
-      {spec("pressures", R"({"from": 0.5, "to": 0.1, "count": 10, "spacing": "log"})"),
+      {object("pressures", R"({"from": 0.5, "to": 0.1, "count": 10, "spacing": "log"})"),
        "pressures.to: must be above pressures.from (0.5), got 0.1"},
-      {spec("pressures", R"({"from": 0.5, "to": 0.5000000000000001, "count": 100,
+      {object("pressures", R"({"from": 0.5, "to": 0.5000000000000001, "count": 100,
                              "spacing": "linear"})"),
        "pressures: 100 linear-spaced pressures from 0.5 to 0.5000000000000001 are not all "
        "distinct"},

@@ -67,8 +67,8 @@ class BulkFluid {
   /// The excess hard-sphere part of μ (Carnahan-Starling), kT.
   double HardSphereExcessMu(double rho) const;
 
-  /// The model's vapour-liquid coexistence.
-  Coexistence Coexist() const;
+  /// The model's vapour-liquid coexistence (found once, at construction).
+  Coexistence const& Coexist() const { return m_coexistence; }
   /// The vapour density whose pressure is `pressure` (kT/nm³), below the vapour spinodal;
   /// negative when there is none.
   double VapourDensityAt(double pressure) const;
@@ -83,6 +83,9 @@ class BulkFluid {
   double m_temperature;
   double m_a = 0.0;
   double m_d3 = 0.0;  // π d³ / 6: the packing fraction per unit density
+  Coexistence m_coexistence;
+
+  Coexistence FindCoexistence() const;
 };
 
 }  // namespace fiofla::dft
