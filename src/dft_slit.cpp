@@ -265,17 +265,36 @@ double SlitPore::GrandPotential(std::vector<double> const& rho, double mu) const
 
 SlitProfile SlitPore::Solve(double mu, std::vector<double> const& start,
                             double startDensity) const {
-  // Anderson mixing can stall on a profile that plain Picard steps bring home (layering in
-  // a micropore): a solve that does not converge is run again without it.
-  SlitProfile first = Iterate(mu, start, startDensity, m_settings.history);
-  if (first.converged || m_settings.history <= 0) return first;
-  SlitProfile second = Iterate(mu, start, startDensity, 0);
-  second.iterations += first.iterations;
-  return second;
+  // Anderson mixing now and then stalls or leaps into the other phase (a dense liquid that
+  // boils away), and which start does so changes with the last bits of rounding. A solve
+  // that does not converge is run again from the same start with a shorter history, then a
+  // shorter step, and last with plain Picard steps short enough to be stable in the dense
+  // liquid (whose compressibility makes the usual step overshoot) and three times as many
+  // of them. Each attempt is deterministic, so the result still is.
+  const int h = m_settings.history, cap = m_settings.maxIterations;
+  const double beta = m_settings.mixing;
+  struct Attempt {
+    int history;
+    double mixing;
+    int iterations;
+  };
+  const Attempt attempts[] = {{h, beta, cap},
+                              {std::min(h, 3), beta, cap},
+                              {std::min(h, 3), beta / 3.0, cap},
+                              {0, beta / 7.5, 3 * cap}};
+  SlitProfile out;
+  int spent = 0;
+  for (Attempt const& a : attempts) {
+    out = Iterate(mu, start, startDensity, a.history, a.mixing, a.iterations);
+    spent += out.iterations;
+    if (out.converged) break;
+  }
+  out.iterations = spent;
+  return out;
 }
 
 SlitProfile SlitPore::Iterate(double mu, std::vector<double> const& start, double startDensity,
-                              int history) const {
+                              int history, double mixing, int maxIterations) const {
   const std::size_t n = m_z.size();
   SlitProfile out;
   std::vector<double> x(n);
@@ -308,14 +327,24 @@ SlitProfile SlitPore::Iterate(double mu, std::vector<double> const& start, doubl
 
   history = std::max(0, history);
   std::deque<Eigen::VectorXd> dx, df;
-  Eigen::VectorXd xPrev, fPrev;
-  double beta = m_settings.mixing;
+  Eigen::VectorXd xPrev, fPrev, next(static_cast<Eigen::Index>(n));
+  // Kept across iterations: at thousands of points, fresh matrices each step cost more in
+  // page faults than the mixing itself.
+  Eigen::MatrixXd F(Eigen::Index(n), history), X(Eigen::Index(n), history);
+  std::vector<double> trial(n), trialF(n);
+  double beta = mixing;
+  // The pore is symmetric, and so is every iterate: rounding would otherwise seed an
+  // antisymmetric mode that two nearly independent wall films damp only slowly.
+  auto mirror = [n](std::vector<double>& v) {
+    for (std::size_t i = 0, j = n - 1; i < j; ++i, --j) v[i] = v[j] = 0.5 * (v[i] + v[j]);
+  };
+  mirror(x);
   double change = evaluate(x, f);
   if (change < 0.0) {
     out.change = HUGE_VAL;
     return out;
   }
-  for (out.iterations = 0; out.iterations < m_settings.maxIterations; ++out.iterations) {
+  for (out.iterations = 0; out.iterations < maxIterations; ++out.iterations) {
     out.change = change;
     if (change <= m_settings.tolerance) {
       out.converged = true;
@@ -335,22 +364,24 @@ SlitProfile SlitPore::Iterate(double mu, std::vector<double> const& start, doubl
       xPrev = xv;
       fPrev = fv;
     }
-    Eigen::VectorXd next = xv + beta * fv;
+    next = xv + beta * fv;
     if (!df.empty()) {
       // γ = argmin |f − ΔF γ|, by the normal equations lightly regularised.
       const Eigen::Index p = Eigen::Index(df.size());
-      Eigen::MatrixXd F(Eigen::Index(n), p), X(Eigen::Index(n), p);
       for (Eigen::Index c = 0; c < p; ++c) {
         F.col(c) = df[std::size_t(c)];
         X.col(c) = dx[std::size_t(c)];
       }
-      Eigen::MatrixXd g = F.transpose() * F;
+      Eigen::MatrixXd g = F.leftCols(p).transpose() * F.leftCols(p);
       g.diagonal().array() += 1e-12 * g.trace() + 1e-300;
-      const Eigen::VectorXd gamma = g.ldlt().solve(F.transpose() * fv);
-      if (gamma.allFinite()) next -= (X + beta * F) * gamma;
+      const Eigen::VectorXd gamma = g.ldlt().solve(F.leftCols(p).transpose() * fv);
+      if (gamma.allFinite()) {
+        next.noalias() -= X.leftCols(p) * gamma;
+        next.noalias() -= beta * (F.leftCols(p) * gamma);
+      }
     }
-    std::vector<double> trial(next.data(), next.data() + n);
-    std::vector<double> trialF(n);
+    std::copy(next.data(), next.data() + n, trial.begin());
+    mirror(trial);
     double trialChange = evaluate(trial, trialF);
     // An accelerated step that overpacks or is not finite is dropped with the history;
     // plain Picard steps then, shortened until they are valid.
@@ -361,11 +392,12 @@ SlitProfile SlitPore::Iterate(double mu, std::vector<double> const& start, doubl
       for (int tries = 0; tries < 40 && trialChange < 0.0; ++tries) {
         beta *= 0.5;
         for (std::size_t i = 0; i < n; ++i) trial[i] = x[i] + beta * f[i];
+        mirror(trial);
         trialChange = evaluate(trial, trialF);
       }
       if (trialChange < 0.0) break;
     } else {
-      beta = std::min(m_settings.mixing, 2.0 * beta);
+      beta = std::min(mixing, 2.0 * beta);
     }
     x.swap(trial);
     f.swap(trialF);

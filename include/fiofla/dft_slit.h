@@ -14,10 +14,11 @@
 // thousand points; the profile is symmetric about the middle by construction.
 // Solver: Picard steps in ln ρ accelerated by Anderson mixing (Anderson 1965; Walker and Ni
 // 2011), started from a given profile (the previous pressure's) or from the bulk density of
-// the given μ; a step that would pack the spheres beyond n3 = 0.999 is halved. A solve that
-// does not converge in maxIterations is run again from the same start with plain Picard
-// steps, which bring home the few profiles (layering in micropores) where Anderson mixing
-// stalls.
+// the given μ; a step that would pack the spheres beyond n3 = 0.999 is halved; every iterate
+// is made exactly symmetric about the middle. A solve that does not converge in
+// maxIterations is run again from the same start with a history of 3, then also a third of
+// the step, and last with plain Picard steps of mixing/7.5 for 3 × maxIterations: Anderson
+// mixing now and then stalls (layering in micropores) or leaps into the other phase.
 // Convergence: the largest change of ln ρ in one Picard step below `tolerance`.
 //
 // Pore width: w = H − solidDiameter, H the distance between the two planes of carbon
@@ -48,9 +49,9 @@ struct SlitSettings {
   int pointsPerRadius = 30;  ///< grid spacing d / (2 × this): 0.006 nm for nitrogen
   double capKT = 50.0;       ///< wall potential cap, kT
   double tolerance = 1e-9;   ///< largest change of ln ρ at convergence
-  int maxIterations = 1000;
-  int history = 6;       ///< Anderson history
-  double mixing = 0.15;  ///< Picard step fraction
+  int maxIterations = 1000;  ///< of the first attempt (see the top of this header)
+  int history = 6;           ///< Anderson history
+  double mixing = 0.15;      ///< Picard step fraction
 };
 
 /// A converged (or not) density profile.
@@ -88,8 +89,8 @@ class SlitPore {
   struct Work;
   void Correlation(std::vector<double> const& rho, Work& w) const;
   double FreeEnergy(std::vector<double> const& rho, Work& w) const;
-  SlitProfile Iterate(double mu, std::vector<double> const& start, double startDensity,
-                      int history) const;
+  SlitProfile Iterate(double mu, std::vector<double> const& start, double startDensity, int history,
+                      double mixing, int maxIterations) const;
 
   BulkFluid m_fluid;
   SlitSettings m_settings;
