@@ -16,7 +16,8 @@ constexpr double kPi = 3.14159265358979323846;
 
 // φ3(n) = [n + (1 − n)² ln(1 − n)] / (36π n² (1 − n)²) of the White Bear functional and
 // its derivative; below n = 1e-3 from the series of the numerator, which cancels there.
-void Phi3(double n, double& value, double& slope) {
+// `l` is ln(1 − n), which the caller has at hand.
+void Phi3(double n, double l, double& value, double& slope) {
   const double q = 36.0 * kPi * (1.0 - n) * (1.0 - n), dq = -72.0 * kPi * (1.0 - n);
   if (n < 1e-3) {
     const double p = 1.5 - n / 3.0 - n * n / 12.0 - n * n * n / 30.0;
@@ -25,7 +26,6 @@ void Phi3(double n, double& value, double& slope) {
     slope = (dp * q - p * dq) / (q * q);
     return;
   }
-  const double l = std::log1p(-n);
   const double g = n + (1.0 - n) * (1.0 - n) * l, dg = n - 2.0 * (1.0 - n) * l;
   const double h = n * n * q, dh = 2.0 * n * q + n * n * dq;
   value = g / h;
@@ -194,10 +194,10 @@ SlitPore::SlitPore(BulkFluid const& fluid, SteeleWall const& wall, double widthN
   m_fft = fft;
 }
 
-void SlitPore::Correlation(std::vector<double> const& rho, Work& w) const {
+void SlitPore::Correlation(std::vector<double> const& rho, Work& w, bool symmetric) const {
   const int n = int(rho.size()), length = m_fft->length, half = length / 2 + 1;
   for (auto* v : {&w.n3, &w.n2, &w.nv, &w.d3, &w.d2, &w.dv, &w.chs, &w.catt, &w.phi})
-    v->assign(std::size_t(n), 0.0);
+    v->resize(std::size_t(n));
   auto* density = reinterpret_cast<Complex*>(w.density.data);
   auto* spectrum = reinterpret_cast<Complex*>(w.spectrum.data);
   auto* sum = reinterpret_cast<Complex*>(w.sum.data);
@@ -216,18 +216,28 @@ void SlitPore::Correlation(std::vector<double> const& rho, Work& w) const {
   inverse(m_fft->sv, w.nv);
   inverse(m_fft->sa, w.catt);
 
+  // Of a symmetric profile, the local terms are worked out on one half only (they are a
+  // third of the cost): n3, n2 and their derivatives are even about the middle, n_v2 odd.
   const double R = m_radius, c0 = 1.0 / (4.0 * kPi * R * R), c1 = 1.0 / (4.0 * kPi * R);
-  for (int i = 0; i < n; ++i) {
+  const int last = symmetric ? (n - 1) / 2 : n - 1;
+  for (int i = 0; i <= last; ++i) {
     const std::size_t u = std::size_t(i);
     const double n3 = std::max(w.n3[u], 0.0), n2 = w.n2[u], nv = w.nv[u];
     const double g = 1.0 - n3, l = std::log1p(-n3);
     double p3, dp3;
-    Phi3(n3, p3, dp3);
+    Phi3(n3, l, p3, dp3);
     const double cube = n2 * n2 * n2 - 3.0 * n2 * nv * nv;
     w.phi[u] = -c0 * n2 * l + c1 * (n2 * n2 - nv * nv) / g + cube * p3;
     w.d3[u] = c0 * n2 / g + c1 * (n2 * n2 - nv * nv) / (g * g) + cube * dp3;
     w.d2[u] = -c0 * l + 2.0 * c1 * n2 / g + 3.0 * (n2 * n2 - nv * nv) * p3;
     w.dv[u] = -2.0 * c1 * nv / g - 6.0 * n2 * nv * p3;
+  }
+  for (int i = last + 1; i < n; ++i) {
+    const std::size_t u = std::size_t(i), m = std::size_t(n - 1 - i);
+    w.phi[u] = w.phi[m];
+    w.d3[u] = w.d3[m];
+    w.d2[u] = w.d2[m];
+    w.dv[u] = -w.dv[m];
   }
   // c_hs(z) = Σ_α ∫ ∂Φ/∂n_α(z') w_α(z' − z) dz': correlations, the mirrored kernels' spectra
   // being the conjugates.
@@ -246,7 +256,7 @@ void SlitPore::Correlation(std::vector<double> const& rho, Work& w) const {
 }
 
 double SlitPore::FreeEnergy(std::vector<double> const& rho, Work& w) const {
-  Correlation(rho, w);
+  Correlation(rho, w, false);
   double f = 0.0;
   for (std::size_t i = 0; i < rho.size(); ++i) {
     const double r = rho[i];
@@ -312,13 +322,15 @@ SlitProfile SlitPore::Iterate(double mu, std::vector<double> const& start, doubl
   }
   Work w(m_fft->length);
   std::vector<double> rho(n), f(n);
+  // Iterates are symmetric (below), so each half is worked out once and mirrored.
+  const std::size_t middle = (n - 1) / 2;
   auto evaluate = [&](std::vector<double> const& lnRho, std::vector<double>& residual) {
-    for (std::size_t i = 0; i < n; ++i) rho[i] = std::exp(lnRho[i]);
-    Correlation(rho, w);
+    for (std::size_t i = 0; i <= middle; ++i) rho[i] = rho[n - 1 - i] = std::exp(lnRho[i]);
+    Correlation(rho, w, true);
     double worst = 0.0;
-    for (std::size_t i = 0; i < n; ++i) {
+    for (std::size_t i = 0; i <= middle; ++i) {
       if (!(w.n3[i] < 0.999)) return -1.0;
-      residual[i] = mu - m_v[i] - w.chs[i] - w.catt[i] - lnRho[i];
+      residual[i] = residual[n - 1 - i] = mu - m_v[i] - w.chs[i] - w.catt[i] - lnRho[i];
       if (!std::isfinite(residual[i])) return -1.0;
       worst = std::max(worst, std::fabs(residual[i]));
     }

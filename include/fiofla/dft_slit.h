@@ -87,7 +87,8 @@ class SlitPore {
  private:
   struct Fft;
   struct Work;
-  void Correlation(std::vector<double> const& rho, Work& w) const;
+  // `symmetric`: rho is mirror-symmetric, and the local terms are computed on half the grid.
+  void Correlation(std::vector<double> const& rho, Work& w, bool symmetric) const;
   double FreeEnergy(std::vector<double> const& rho, Work& w) const;
   SlitProfile Iterate(double mu, std::vector<double> const& start, double startDensity, int history,
                       double mixing, int maxIterations) const;
