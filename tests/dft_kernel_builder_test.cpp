@@ -6,8 +6,12 @@
 #include <rapidjson/document.h>
 
 #include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 
 #include "fiofla/io/isotherm_file.h"
+#include "test_util.h"
 
 namespace {
 
@@ -107,6 +111,46 @@ TEST(DftKernelBuilder, AFluidAboveItsCriticalPointIsRefused) {
   KernelRecipe r = SmallNitrogenRecipe();
   r.temperatureK = 300.0;
   EXPECT_THROW(BuildKernel(r, 1), fiofla::InputError);
+}
+
+// Every kernel that ships: its grids are its recipe's and its manifest's, and each pore's
+// stable amount never falls as the pressure rises (dN/dμ ≥ 0 of a stable state).
+TEST(DftKernelBuilder, TheShippedKernelsAgreeWithTheirRecipesAndManifests) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fiofla::test::ShippedData("kernels");
+  int count = 0;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    if (entry.path().extension() != ".dftk") continue;
+    ++count;
+    const std::string stem = entry.path().stem().string();
+    SCOPED_TRACE(stem);
+    const CDFTModel model{CStr(entry.path().string())};
+    ASSERT_TRUE(model.IsValid());
+    const KernelRecipe recipe = ReadKernelRecipe((folder / "recipes" / (stem + ".json")).string());
+    EXPECT_EQ(model.Header().modelName.str(), recipe.name);
+    EXPECT_EQ(model.Header().gasName.str(), recipe.gas);
+    ASSERT_EQ(model.Pressures().size(), recipe.pressures.size());
+    ASSERT_EQ(model.PoreWidths().size(), recipe.widthsNm.size());
+    for (std::size_t i = 0; i < recipe.pressures.size(); ++i)
+      EXPECT_EQ(model.Pressures()[i], recipe.pressures[i]);
+    for (std::size_t j = 0; j < recipe.widthsNm.size(); ++j)
+      EXPECT_NEAR(model.PoreWidths()[j], 10.0 * recipe.widthsNm[j], 1e-12 * model.PoreWidths()[j]);
+
+    std::ifstream in(folder / (stem + ".manifest.json"));
+    std::stringstream text;
+    text << in.rdbuf();
+    rapidjson::Document manifest;
+    ASSERT_FALSE(manifest.Parse(text.str().c_str()).HasParseError());
+    EXPECT_EQ(std::string(manifest["name"].GetString()), recipe.name);
+    EXPECT_EQ(manifest["pores"].GetArray().Size(), recipe.widthsNm.size());
+    EXPECT_EQ(manifest["pressures"].GetArray().Size(), recipe.pressures.size());
+
+    for (std::size_t j = 0; j < recipe.widthsNm.size(); ++j)
+      for (std::size_t i = 1; i < recipe.pressures.size(); ++i)
+        EXPECT_GE(model.Kernel()(i, j), model.Kernel()(i - 1, j) * (1.0 - 1e-9))
+            << "P/Po " << recipe.pressures[i] << ", " << recipe.widthsNm[j] << " nm";
+  }
+  EXPECT_GE(count, 1);
 }
 
 }  // namespace
