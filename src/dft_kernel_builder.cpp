@@ -121,13 +121,18 @@ PoreIsotherm ComputePoreIsotherm(BulkFluid const& fluid, SteeleWall const& wall,
         first = std::min(first, k);
         last = k;
       }
-    if (first < n && first > 0 && last + 1 < n) {
-      std::size_t j = last + 1;
+    // In wide pores the film may outlast the top pressure; the crossing of Ω then still
+    // lies inside the grid.
+    std::size_t j = n;
+    if (first < n && first > 0) {
       for (std::size_t k = first; k <= last; ++k)
         if (ads[k].omega - des[k].omega > 0.0) {
           j = k;
           break;
         }
+      if (j == n && last + 1 < n) j = last + 1;
+    }
+    if (j < n) {
       double lo = x[j - 1], hi = x[j];
       std::vector<double> film = ads[j - 1].rho, filled = des[j].rho;
       bool ok = !film.empty() && !filled.empty();
