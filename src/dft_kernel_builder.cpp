@@ -78,13 +78,15 @@ std::vector<Point> Branch(SlitPore const& pore, std::vector<double> const& x, bo
   return points;
 }
 
-// The pressure of the largest change between neighbours (up for adsorption, down for
-// desorption), as the geometric mean of the two.
-double StepPressure(std::vector<double> const& x, std::vector<double> const& amount) {
-  std::size_t best = 1;
-  for (std::size_t k = 1; k < amount.size(); ++k)
+// The pressure of the largest rise of `amount` between neighbours k − 1 and k for k in
+// [from, to], as the geometric mean of the two: over the hysteresis loop only, so that a
+// steep but reversible rise elsewhere (a first layer in a micropore) is not taken for it.
+double StepPressure(std::vector<double> const& x, std::vector<double> const& amount,
+                    std::size_t from, std::size_t to) {
+  std::size_t best = from;
+  for (std::size_t k = from; k <= to; ++k)
     if (amount[k] - amount[k - 1] > amount[best] - amount[best - 1]) best = k;
-  return amount.size() < 2 ? 0.0 : std::sqrt(x[best - 1] * x[best]);
+  return std::sqrt(x[best - 1] * x[best]);
 }
 
 }  // namespace
@@ -108,8 +110,6 @@ PoreIsotherm ComputePoreIsotherm(BulkFluid const& fluid, SteeleWall const& wall,
     out.desorptionConverged.push_back(des[k].converged);
   }
   if (apart > 1e-6 * largest && n >= 2) {
-    out.fillingPressure = StepPressure(x, out.adsorption);
-    out.emptyingPressure = StepPressure(x, out.desorption);
     // Equal grand potentials. Over the pressures where the branches differ, the film is the
     // more stable below the transition and the filled pore above; just outside that range
     // only one of the two exists. The first pressure where the filled pore wins (or the
@@ -121,6 +121,13 @@ PoreIsotherm ComputePoreIsotherm(BulkFluid const& fluid, SteeleWall const& wall,
         first = std::min(first, k);
         last = k;
       }
+    if (first < n) {
+      // The adsorption branch rises (and the desorption branch falls, read downwards)
+      // between a pressure where the two agree and one where they differ.
+      const std::size_t from = std::max<std::size_t>(first, 1), to = std::min(last + 1, n - 1);
+      out.fillingPressure = StepPressure(x, out.adsorption, from, to);
+      out.emptyingPressure = StepPressure(x, out.desorption, from, to);
+    }
     // In wide pores the film may outlast the top pressure; the crossing of Ω then still
     // lies inside the grid.
     std::size_t j = n;
