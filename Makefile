@@ -1,12 +1,15 @@
 # Convenience wrapper around CMake. `make run` builds the tool, reduces the bundled simulated
-# nitrogen run to an isotherm and makes its BET report; `make test` runs every suite, the installed-package consumer, the
-# sanitizer build, the ThreadSanitizer build and a short fuzzing run.
+# nitrogen run to an isotherm and makes its BET report, then the DFT pore-size distribution
+# of the bundled model carbon with the shipped nitrogen kernel; `make test` runs every
+# suite, the installed-package consumer, the sanitizer build, the ThreadSanitizer build and
+# a short fuzzing run.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 TSAN_BUILD ?= build-tsan
 JOBS       ?= 2
 STAGE      := $(CURDIR)/$(BUILD)/stage
 EXAMPLE    ?= data/examples/n2_77k_run.json
+CARBON     ?= data/examples/n2_77k_carbon.csv
 
 .PHONY: all deps build run test test-unit test-consumer test-sanitize test-tsan test-fuzz bench clean
 
@@ -24,7 +27,10 @@ run: build
 	$(BUILD)/tools/fiofla/fiofla reduce $(EXAMPLE) -o $(BUILD)/isotherm.csv
 	$(BUILD)/tools/fiofla/fiofla report $(EXAMPLE) --auto
 	$(BUILD)/tools/fiofla/fiofla report $(EXAMPLE) --auto -o $(BUILD)/report.html
-	@echo "Open $(CURDIR)/$(BUILD)/report.html in a browser to see the report with its plots."
+	$(BUILD)/tools/fiofla/fiofla dft $(CARBON) --kernel n2-77-carbon-slit
+	$(BUILD)/tools/fiofla/fiofla report $(CARBON) --auto --kernel n2-77-carbon-slit -o $(BUILD)/carbon-report.html
+	@echo "Open $(CURDIR)/$(BUILD)/report.html in a browser to see the report with its plots,"
+	@echo "and $(CURDIR)/$(BUILD)/carbon-report.html for the model carbon's, with its DFT page."
 
 test: test-unit test-consumer test-sanitize test-tsan test-fuzz
 
