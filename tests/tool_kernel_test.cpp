@@ -236,6 +236,51 @@ TEST(ToolKernel, BuildWritesAKernelOfTheRecipesGridsAndItsManifest) {
   EXPECT_EQ(FileText(dir / "three.dftk"), FileText(kernel));
 }
 
+// --branches: the two branches beside the equilibrium kernel, from the same build, where
+// they part; nothing more where they do not.
+TEST(ToolKernel, BranchKernelsGoBesideTheKernelWhereTheBranchesPart) {
+  TempDir dir;
+  // Pores of 2 and 3 nm, which fill with a loop, and pressures that cross it.
+  std::string parting = kTinyRecipe;
+  parting.replace(parting.find("[0.6, 1.0, 1.5]"), 15, "[2.0, 3.0]");
+  parting.replace(parting.find("\"from\": 1e-6"), 12, "\"from\": 1e-4");
+  std::ofstream(dir / "tiny.json") << parting;
+  const auto run =
+      RunTool({"kernel", "build", dir / "tiny.json", "-o", dir / "tiny.dftk", "--branches"});
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_NE(run.out.find(dir / "tiny-adsorption.dftk"), std::string::npos) << run.out;
+  const CDFTModel eq = fiofla::LoadKernel(dir / "tiny.dftk");
+  const CDFTModel ads = fiofla::LoadKernel(dir / "tiny-adsorption.dftk");
+  const CDFTModel des = fiofla::LoadKernel(dir / "tiny-desorption.dftk");
+  ASSERT_TRUE(eq.IsValid() && ads.IsValid() && des.IsValid());
+  EXPECT_EQ(ads.Header().modelName.str(), "tiny N2 adsorption branch");
+  EXPECT_EQ(
+      std::string(Json(FileText(dir / "tiny-desorption.manifest.json"))["branch"].GetString()),
+      "desorption");
+  // The stable state is one of the two branches: the film below the filled pore.
+  bool parted = false;
+  for (std::size_t i = 0; i < eq.Pressures().size(); ++i)
+    for (std::size_t j = 0; j < eq.PoreWidths().size(); ++j) {
+      const double a = ads.Kernel()(i, j), e = eq.Kernel()(i, j), d = des.Kernel()(i, j);
+      EXPECT_TRUE(e == a || e == d) << i << " " << j;
+      EXPECT_LE(a, d * (1.0 + 1e-7)) << i << " " << j;  // one state: equal to convergence
+      parted = parted || a < d * (1.0 - 1e-3);
+    }
+  EXPECT_TRUE(parted);
+
+  // Below every filling pressure the branches are one: no branch files.
+  std::string low = kTinyRecipe;
+  low.replace(low.find("\"to\": 0.9"), 9, "\"to\": 1e-3");
+  low.replace(low.find("[0.6, 1.0, 1.5]"), 15, "[1.5, 2.0]");
+  std::ofstream(dir / "low.json") << low;
+  const auto none =
+      RunTool({"kernel", "build", dir / "low.json", "-o", dir / "low.dftk", "--branches"});
+  ASSERT_EQ(none.code, 0) << none.err;
+  EXPECT_NE(none.out.find("none (the branches do not part in any pore)"), std::string::npos)
+      << none.out;
+  EXPECT_FALSE(std::filesystem::exists(dir / "low-adsorption.dftk"));
+}
+
 TEST(ToolKernel, BadBuildsAreRefusedBeforeAnythingIsComputedOrWritten) {
   TempDir dir;
   std::ofstream(dir / "tiny.json") << kTinyRecipe;

@@ -30,7 +30,8 @@ struct KernelOptions {
   bool grids = false;
   bool json = false;
   KernelCsvOptions csv;
-  int threads = 0;  // build: 0 all cores
+  int threads = 0;        // build: 0 all cores
+  bool branches = false;  // build: also the adsorption and desorption branches
 };
 
 std::string Directory(const KernelOptions& o) {
@@ -260,11 +261,33 @@ int Build(const KernelOptions& o, Streams& io) {
                        terminal ? std::function<void(std::size_t, std::size_t)>(progress)
                                 : std::function<void(std::size_t, std::size_t)>());
 
-  WriteKernelFile(dft::KernelModel(recipe, build), o.output);
-  std::string error;
-  if (!WriteFileAtomically(manifest, dft::KernelManifest(recipe, build, "fiofla " FIOFLA_VERSION),
-                           &error))
-    throw InputError(error + " (the kernel " + o.output + " itself was written)");
+  // The recipe's branch goes to KERNEL; with --branches, where any pore's two branches
+  // part, each of them also goes beside it as NAME-adsorption.dftk and NAME-desorption.dftk
+  // (same build, so no second computation), each with its manifest.
+  std::vector<std::pair<dft::KernelRecipe, std::string>> files{{recipe, o.output}};
+  bool apart = false;
+  for (const dft::PoreIsotherm& pore : build.pores) apart = apart || pore.fillingPressure > 0.0;
+  if (o.branches && apart) {
+    const std::string ext = kKernelExtension;
+    const std::string stem = o.output.substr(0, o.output.size() - ext.size());
+    for (dft::KernelBranch branch :
+         {dft::KernelBranch::kAdsorption, dft::KernelBranch::kDesorption})
+      if (branch != recipe.branch) {
+        dft::KernelRecipe other = recipe;
+        other.branch = branch;
+        other.name = recipe.name + " " + BranchName(branch) + " branch";
+        files.emplace_back(other, stem + "-" + BranchName(branch) + ext);
+      }
+  }
+  std::vector<std::string> written;
+  for (const auto& [r, path] : files) {
+    WriteKernelFile(dft::KernelModel(r, build), path);
+    std::string error;
+    if (!WriteFileAtomically(ManifestPath(path),
+                             dft::KernelManifest(r, build, "fiofla " FIOFLA_VERSION), &error))
+      throw InputError(error + " (the kernel " + path + " itself was written)");
+    if (path != o.output) written.push_back(path);
+  }
 
   long long transitions = 0, iterations = 0;
   for (const dft::PoreIsotherm& pore : build.pores) {
@@ -299,6 +322,12 @@ int Build(const KernelOptions& o, Streams& io) {
       .Add("threads", "Threads", static_cast<long long>(build.threads))
       .Add("seconds", "", build.seconds)
       .Add("", "Time", Clock(build.seconds) + " (" + Num(build.seconds, 4) + " s)");
+  if (o.branches) {
+    std::string list;
+    for (const std::string& path : written) list += (list.empty() ? "" : ", ") + path;
+    r.Add("branch_files", "Branch kernels",
+          list.empty() ? std::string("none (the branches do not part in any pore)") : list);
+  }
   r.Print(io.out, o.json);
   return kExitOk;
 }
@@ -442,6 +471,10 @@ void AddKernelCommand(CLI::App& app, Commands& commands) {
          "threads computing pores at once (default 0: all cores); the kernel is the same\n"
          "whatever the number")
       ->type_name("N");
+  cmd->add_flag("--branches", build->branches,
+                "also write the adsorption and desorption branches, where they part in any\n"
+                "pore, as NAME-adsorption.dftk and NAME-desorption.dftk beside KERNEL, each\n"
+                "with its manifest");
   cmd->add_flag("--json", build->json, "print the result as JSON");
   commands.Add(cmd, [build](Streams& io) { return Build(*build, io); });
 }
