@@ -3,6 +3,7 @@
 // density-functional engine.
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cinttypes>
 #include <cmath>
@@ -100,9 +101,12 @@ int List(const KernelOptions& o, Streams& io) {
   const std::vector<KernelInfo> kernels = ListKernels(dir);
   Result r;
   r.Add("kernel_directory", "Kernel directory", dir);
+  // The name column as wide as the longest name, so that the columns after it line up.
+  int nameWidth = 24;
+  for (const KernelInfo& k : kernels) nameWidth = std::max(nameWidth, int(k.name.size()) + 2);
   // An empty table keeps its JSON array but prints no text.
   Table& t = r.AddTable("kernels", kernels.empty() ? "" : "Kernels",
-                        {{"name", "name", 24, Sig(6)},
+                        {{"name", "name", nameWidth, Sig(6)},
                          {"readable", "", 0, Sig(6)},
                          {"error", "", 0, Sig(6)},
                          {"gas", "gas", 8, Sig(6)},
