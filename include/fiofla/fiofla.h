@@ -5,6 +5,7 @@
 #include "fiofla/num/bspline.h"
 #include "fiofla/num/interpolate.h"
 #include "fiofla/num/linefit.h"
+#include "fiofla/num/marquette.h"
 #include "fiofla/num/nnls.h"
 #include "fiofla/num/numvector.h"
 #include "fiofla/num/polynomial.h"
