@@ -45,9 +45,16 @@ TEST(MarquetteNist, CertifiedValuesFromBothStarts) {
       const auto r = fiofla::test::FitNist(p, s);
       ++starts;
       if (r.valid && r.minLre >= 4.0) ++passing;
-      // A start counted as passing also reproduces the certified residual sum of squares.
+      // A start counted as passing also reproduces the certified residual sum of squares,
+      // relatively, or, where that sum is only the rounding of the data (Lanczos1, 1e-25),
+      // to 1e-20 of the sum of the squared observations.
       if (r.valid && r.minLre >= 4.0) {
-        EXPECT_TRUE(RelClose(2.0 * r.summary.finalCost, p.certifiedRss, 1e-6)) << p.name;
+        double scale = 0.0;
+        for (double y : p.y) scale += y * y;
+        const double rss = 2.0 * r.summary.finalCost;
+        EXPECT_TRUE(RelClose(rss, p.certifiedRss, 1e-6) ||
+                    std::fabs(rss - p.certifiedRss) <= 1e-20 * scale)
+            << p.name << ": " << rss << " against " << p.certifiedRss;
       }
       std::cout << p.name << " start " << s << ": LRE " << r.minLre << " ("
                 << fiofla::ToString(r.summary.stop) << ", " << r.summary.iterations
