@@ -15,7 +15,7 @@ double GuardedLog(double x) {
 }
 
 // ∫₀ᴾ q(x)/x dx by successive midpoint refinement. Each pass adds n − 1 midpoints, not n:
-// the last one is left out, as the established results require.
+// the last one is left out, as the rule is defined.
 double RefinedSpreadingPressure(std::function<double(double)> const& q, double P) {
   auto integrand = [&](double x) { return x > 0.0 ? q(x) / x : 0.0; };
   double s = 0.5 * q(P);

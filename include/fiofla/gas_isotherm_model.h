@@ -7,8 +7,8 @@
 // by Levenberg-Marquardt (CMarquetteFit) with analytic derivatives, unit weights and fixed
 // start values. Spreading pressures in closed form where one exists (Langmuir, Sips,
 // dual-site Langmuir); for Toth and Redlich-Peterson by successive midpoint refinement, which
-// deliberately leaves out the last midpoint of every pass (kept as established behaviour:
-// the values it gives are the ones callers already compare against). FindXTarget inverts an
+// leaves out the last midpoint of every pass on purpose: the rule is kept as it is defined,
+// so that its values stay comparable wherever it is used. FindXTarget inverts an
 // increasing function by decade bracketing and bisection.
 // Cost: a fit is O(points × iterations); a refined spreading pressure at most 2¹⁴ model
 // evaluations; FindXTarget at most 20 bracketing evaluations plus the bisection.
@@ -16,7 +16,7 @@
 // value and every parameter 0; a logarithm whose argument is not greater than 0 (or is NaN)
 // is replaced by 1e-9, never an error.
 //
-// Choices made here where the established behaviour leaves one:
+// Choices made here:
 // - the fit callbacks return 0 and write 0 derivatives for P <= 0, like the model functions;
 // - in the refined integral the integrand q(x)/x is taken as 0 for x <= 0, so π(0) = 0 instead
 //   of 0/0;
@@ -38,7 +38,7 @@ struct SPressQAds {
   double quantityAds = 0.0;  ///< quantity adsorbed, cm³/g STP (or the caller's unit)
 };
 
-/// Common interface of the isotherm models. No virtual destructor, as established: the
+/// Common interface of the isotherm models. No public virtual destructor: the
 /// destructor is protected so that no model is deleted through this base.
 class CModel {
  public:
