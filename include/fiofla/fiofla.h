@@ -51,6 +51,7 @@
 #include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"
 #include "fiofla/datagasadsorption.h"
+#include "fiofla/isotherm_models.h"
 #include "fiofla/gasdft.h"
 #include "fiofla/report_bet.h"
 #include "fiofla/report_dft.h"
