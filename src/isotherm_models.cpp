@@ -121,7 +121,9 @@ SModelValue IsothermModel::NumericSpreadingPressure(double pressure) const {
   if (!(scale > 0.0) || !std::isfinite(scale)) scale = pressure;
   const double p0 = std::min(pressure, scale);
   // One integrator per thread: this Boost's integrate() is not const, so it cannot be shared.
-  thread_local boost::math::quadrature::tanh_sinh<double> lower;
+  // Ten refinement levels are far more than a smooth q needs; they bound the work where q
+  // underflows and the relative tolerance cannot be met.
+  thread_local boost::math::quadrature::tanh_sinh<double> lower(10);
   try {
     double err = 0.0;
     double l1 = 0.0;
@@ -129,7 +131,7 @@ SModelValue IsothermModel::NumericSpreadingPressure(double pressure) const {
                                 p0, 1e-13, &err, &l1);
     if (pressure > p0) {
       pi += boost::math::quadrature::gauss_kronrod<double, 31>::integrate(
-          [this](double s) { return Loading(std::exp(s)); }, std::log(p0), std::log(pressure), 20,
+          [this](double s) { return Loading(std::exp(s)); }, std::log(p0), std::log(pressure), 10,
           1e-13);
     }
     if (!std::isfinite(pi)) return {kNaN, EModelStatus::kNoConvergence};

@@ -55,11 +55,15 @@ class Implicit : public IsothermModel {
     if (!(fhi >= 0.0)) return kNaN;  // ln P(q) never reaches the target (non-monotone virial)
     if (fhi == 0.0) return hi;
     std::uintmax_t maxIter = 200;
-    const auto r = boost::math::tools::toms748_solve(
-        f, lo, hi, flo, fhi,
-        boost::math::tools::eps_tolerance<double>(std::numeric_limits<double>::digits - 2),
-        maxIter);
-    return 0.5 * (r.first + r.second);
+    try {
+      const auto r = boost::math::tools::toms748_solve(
+          f, lo, hi, flo, fhi,
+          boost::math::tools::eps_tolerance<double>(std::numeric_limits<double>::digits - 2),
+          maxIter);
+      return 0.5 * (r.first + r.second);
+    } catch (...) {
+      return kNaN;  // parameters far outside their bounds make ln P(q) NaN inside the bracket
+    }
   }
   double LoadingSlope(double p) const override {
     if (!(p >= 0.0)) return kNaN;

@@ -176,7 +176,11 @@ class Dubinin final : public IsothermModel {
     const double scale = m_params[0] * m_params[1] / m_rt / m_m;
     if (p >= m_ps)
       return {scale * std::tgamma(1.0 / m_m) + m_params[0] * std::log(p / m_ps), EModelStatus::kOk};
-    return {scale * boost::math::tgamma(1.0 / m_m, std::pow(Z(p), m_m)), EModelStatus::kOk};
+    try {
+      return {scale * boost::math::tgamma(1.0 / m_m, std::pow(Z(p), m_m)), EModelStatus::kOk};
+    } catch (...) {
+      return {kNaN, EModelStatus::kNoConvergence};  // m ≤ 0 or E ≤ 0: no such integral
+    }
   }
   double SaturationLoading() const override { return m_params[0]; }
   double PressureScale() const override { return m_ps * std::exp(-m_params[1] / m_rt); }

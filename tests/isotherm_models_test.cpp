@@ -397,6 +397,36 @@ TEST(IsothermModels, ParameterInfoAndGuessesFitTheModels) {
   EXPECT_TRUE(IsothermInitialGuess(K::kLangmuir, {}, {1.0, 2.0}, {0.0, -1.0}).empty());
 }
 
+TEST(IsothermModels, ParametersOutsideTheirBoundsNeitherThrowNorHang) {
+  // A fitter probes wild values: every answer is a number, ±∞ or NaN with a status.
+  std::mt19937 rng(7);
+  std::uniform_real_distribution<double> scale(-3.0, 3.0);
+  std::uniform_int_distribution<int> sign(0, 4);
+  for (auto const& c : Cases()) {
+    for (int trial = 0; trial < 40; ++trial) {
+      std::vector<double> params = c.params;
+      for (double& v : params) v *= (sign(rng) == 0 ? -1.0 : 1.0) * std::pow(10.0, scale(rng));
+      const SModelMake made = MakeIsothermModel(c.kind, params, c.setup);
+      ASSERT_TRUE(made.model) << made.error;
+      std::vector<double> g(params.size());
+      for (double p : {0.0, c.pMin, std::sqrt(c.pMin * c.pMax), c.pMax, 1e12}) {
+        EXPECT_NO_THROW({
+          made.model->Loading(p);
+          made.model->LoadingSlope(p);
+          made.model->SpreadingPressure(p);
+          made.model->LoadingGradient(p, g.data());
+          made.model->Pressure(made.model->Loading(p));
+          made.model->Pressure(p);
+        }) << made.model->Name();
+      }
+    }
+  }
+  EXPECT_TRUE(std::isnan(MakeIsothermModel(K::kLangmuir, {1.0, 1.0}).model->Loading(std::nan(""))));
+  EXPECT_EQ(MakeIsothermModel(K::kLangmuir, {1.0, 1.0}).model->Pressure(std::nan("")).status,
+            EModelStatus::kOutsideDomain);
+  EXPECT_FALSE(MakeIsothermModel("composite", {1.0}).model);
+}
+
 TEST(IsothermModels, SharedModelsGiveTheSameAnswersOnSeveralThreads) {
   const Case c = Cases()[11];  // Toth: a numerical spreading pressure
   const auto m = Make(c);

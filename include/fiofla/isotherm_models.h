@@ -150,7 +150,8 @@ struct SParameterInfo {
   std::string unit;  ///< "loading", "1/pressure", "loading/pressure", "J/mol", "1", …
   double lower = -std::numeric_limits<double>::infinity();  ///< physical lower bound
   double upper = std::numeric_limits<double>::infinity();   ///< physical upper bound
-  bool logScale = false;  ///< strictly positive scale or affinity: fit its logarithm
+  /// Strictly positive scale or affinity: fit its logarithm (its lower bound 0 is exclusive).
+  bool logScale = false;
 };
 
 /// One isotherm model with its parameters; immutable, thread-safe.
@@ -250,7 +251,8 @@ SModelMake MakeIsothermModel(EIsothermModel kind, std::vector<double> params,
 SModelMake MakeIsothermModel(std::string_view name, std::vector<double> params,
                              SIsothermSetup setup = {});
 /// A sum of sites: q is the sum of the parts' q, the parameters their concatenation (names
-/// suffixed _1, _2, …). Null when a part is null or there are none.
+/// suffixed _1, _2, …); its Setup() is the first part's, each part keeping its own. Null when
+/// a part is null or there are none.
 std::shared_ptr<const IsothermModel> MakeCompositeModel(
     std::vector<std::shared_ptr<const IsothermModel>> parts);
 
