@@ -9,6 +9,7 @@
 #include <cctype>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <sstream>
 
 #include "isotherm_models_detail.h"
@@ -50,23 +51,48 @@ SModelValue IsothermModel::Pressure(double loading) const {
 SModelValue IsothermModel::NumericPressure(double loading) const {
   SModelValue out;
   if (PressureEdge(loading, out)) return out;
-  auto f = [&](double p) { return Loading(p) - loading; };
-  double hi = PressureScale();
+  return detail::InvertIncreasing([this](double p) { return Loading(p); }, loading,
+                                  PressureScale());
+}
+
+SModelValue IsothermModel::PressureAtSpreadingPressure(double spreadingPressure) const {
+  return NumericPressureAtSpreadingPressure(spreadingPressure);
+}
+
+SModelValue IsothermModel::NumericPressureAtSpreadingPressure(double spreadingPressure) const {
+  if (!(spreadingPressure >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+  if (spreadingPressure == 0.0) return {0.0, EModelStatus::kOk};
+  // π(P) grows with P wherever q > 0, about as ln P on a plateau: bracket in ln P.
+  return detail::InvertIncreasingInLog(
+      [this](double p) {
+        const SModelValue pi = SpreadingPressure(p);
+        return pi.status == EModelStatus::kDiverges ? kInf : pi.value;
+      },
+      spreadingPressure, PressureScale());
+}
+
+namespace detail {
+
+SModelValue InvertIncreasing(std::function<double(double)> const& value, double target,
+                             double start) {
+  auto f = [&](double x) { return value(x) - target; };
+  double hi = start;
   if (!(hi > 0.0) || !std::isfinite(hi)) hi = 1.0;
   double lo = 0.0;
   double fhi = f(hi);
-  double flo = -loading;
+  double flo = -target;
   if (fhi < 0.0) {
-    // Grow geometrically: a bounded model whose supremum was not reported ends here too.
-    int i = 0;
-    for (; i < 600 && fhi < 0.0; ++i) {
+    for (int i = 0; i < 600 && fhi < 0.0; ++i) {
       lo = hi;
       flo = fhi;
       hi *= 4.0;
       if (!std::isfinite(hi)) break;
       fhi = f(hi);
     }
-    if (!(fhi >= 0.0)) return {kNaN, EModelStatus::kNoConvergence};
+    // Growing to the largest double without reaching the target: a bounded function whose
+    // supremum was not reported (a non-monotone model, a bounded π).
+    if (std::isnan(fhi)) return {kNaN, EModelStatus::kNoConvergence};
+    if (!(fhi >= 0.0)) return {kNaN, EModelStatus::kAboveCapacity};
   } else {
     for (int i = 0; i < 600; ++i) {
       const double t = hi * 0.25;
@@ -81,8 +107,7 @@ SModelValue IsothermModel::NumericPressure(double loading) const {
       fhi = ft;
     }
   }
-  // Past a divergence (q = +∞) TOMS 748 cannot interpolate: bisect until the upper end is
-  // finite again.
+  // Past a divergence (+∞) TOMS 748 cannot interpolate: bisect until the upper end is finite.
   for (int i = 0; i < 200 && std::isinf(fhi); ++i) {
     const double mid = 0.5 * (lo + hi);
     const double fm = f(mid);
@@ -106,6 +131,63 @@ SModelValue IsothermModel::NumericPressure(double loading) const {
     return {kNaN, EModelStatus::kNoConvergence};
   }
 }
+
+SModelValue InvertIncreasingInLog(std::function<double(double)> const& value, double target,
+                                  double start) {
+  if (!(start > 0.0) || !std::isfinite(start)) start = 1.0;
+  auto f = [&](double s) { return value(std::exp(s)) - target; };
+  double lo = std::log(start);
+  double flo = f(lo);
+  double hi = lo;
+  double fhi = flo;
+  // Steps of 1, 2, 4, … in ln P: a dozen evaluations reach either end of the doubles.
+  double step = 1.0;
+  if (std::isnan(flo)) return {kNaN, EModelStatus::kNoConvergence};
+  if (flo < 0.0) {
+    while (fhi < 0.0) {
+      lo = hi;
+      flo = fhi;
+      hi = std::min(lo + step, 709.0);
+      step *= 2.0;
+      fhi = f(hi);
+      if (fhi < 0.0 && hi == 709.0) return {kNaN, EModelStatus::kAboveCapacity};
+    }
+  } else {
+    while (flo >= 0.0) {
+      hi = lo;
+      fhi = flo;
+      lo = hi - step;
+      step *= 2.0;
+      if (lo < -745.0) return {0.0, EModelStatus::kOk};  // below the smallest double
+      flo = f(lo);
+    }
+  }
+  if (std::isnan(flo) || std::isnan(fhi)) return {kNaN, EModelStatus::kNoConvergence};
+  for (int i = 0; i < 200 && std::isinf(fhi); ++i) {
+    const double mid = 0.5 * (lo + hi);
+    const double fm = f(mid);
+    if (fm < 0.0) {
+      lo = mid;
+      flo = fm;
+    } else {
+      hi = mid;
+      fhi = fm;
+    }
+  }
+  if (fhi == 0.0) return {std::exp(hi), EModelStatus::kOk};
+  std::uintmax_t maxIter = 200;
+  try {
+    const auto r = boost::math::tools::toms748_solve(
+        f, lo, hi, flo, fhi,
+        boost::math::tools::eps_tolerance<double>(std::numeric_limits<double>::digits - 2),
+        maxIter);
+    return {std::exp(0.5 * (r.first + r.second)), EModelStatus::kOk};
+  } catch (...) {
+    return {kNaN, EModelStatus::kNoConvergence};
+  }
+}
+
+}  // namespace detail
 
 SModelValue IsothermModel::SpreadingPressure(double pressure) const {
   return NumericSpreadingPressure(pressure);

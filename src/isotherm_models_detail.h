@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -30,6 +31,17 @@ std::shared_ptr<const IsothermModel> MakeImplicitModel(EIsothermModel kind,
 std::shared_ptr<const IsothermModel> MakeSumModel(
     EIsothermModel kind, std::vector<std::shared_ptr<const IsothermModel>> parts,
     std::vector<SParameterInfo> info, SIsothermSetup const& setup);
+
+/// x ≥ 0 with value(x) = target > 0 for an increasing value with value(0) ≤ target: a bracket
+/// grown (or shrunk) by factors of 4 from `start`, bisected back from +∞, closed by TOMS 748.
+/// kAboveCapacity when the value stays below the target up to the largest double.
+SModelValue InvertIncreasing(std::function<double(double)> const& value, double target,
+                             double start);
+
+/// The same for a value of P > 0 that grows about as ln P (a spreading pressure): bracketed
+/// and solved in ln P, from ln(start) in steps of 1, 2, 4, …
+SModelValue InvertIncreasingInLog(std::function<double(double)> const& value, double target,
+                                  double start);
 
 /// The dilogarithm Li₂(−x) for x ≥ 0 (Bernoulli series in −ln(1+x), after the inversion
 /// Li₂(z) = −π²/6 − ½ln²(−z) − Li₂(1/z) for x > 1); full double precision.

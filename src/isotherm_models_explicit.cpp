@@ -41,6 +41,10 @@ class Henry final : public Explicit {
     if (!(p >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
     return {P()[0] * p, EModelStatus::kOk};
   }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    if (!(pi >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    return {pi / P()[0], EModelStatus::kOk};
+  }
   double PressureScale() const override { return 1.0; }
   double LoadingGradient(double p, double* g) const override {
     g[0] = p;
@@ -70,6 +74,10 @@ class Langmuir final : public Explicit {
   SModelValue SpreadingPressure(double p) const override {
     if (!(p >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
     return {P()[0] * std::log1p(P()[1] * p), EModelStatus::kOk};
+  }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    if (!(pi >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    return {std::expm1(pi / P()[0]) / P()[1], EModelStatus::kOk};
   }
   double SaturationLoading() const override { return P()[0]; }
   double PressureScale() const override { return 1.0 / P()[1]; }
@@ -117,6 +125,13 @@ class SipsLike final : public Explicit {
   SModelValue SpreadingPressure(double p) const override {
     if (!(p >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
     return {P()[0] / P()[2] * std::log1p(Power(p)), EModelStatus::kOk};
+  }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    if (!(pi >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    const double t = std::expm1(P()[2] * pi / P()[0]);
+    const double p = Kind() == K::kSips ? std::pow(t, 1.0 / P()[2]) / P()[1]
+                                        : std::pow(t / P()[1], 1.0 / P()[2]);
+    return {p, EModelStatus::kOk};
   }
   double SaturationLoading() const override { return P()[0]; }
   double PressureScale() const override {
@@ -177,6 +192,10 @@ class Freundlich final : public Explicit {
     if (!(p >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
     return {P()[1] * Loading(p), EModelStatus::kOk};
   }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    if (!(pi >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    return {std::pow(pi / (P()[1] * P()[0]), P()[1]), EModelStatus::kOk};
+  }
   double PressureScale() const override { return 1.0; }
   double LoadingGradient(double p, double* g) const override {
     const double q = Loading(p);
@@ -220,6 +239,12 @@ class Quadratic final : public Explicit {
   SModelValue SpreadingPressure(double p) const override {
     if (!(p >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
     return {P()[0] * std::log1p(P()[1] * p + P()[2] * p * p), EModelStatus::kOk};
+  }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    if (!(pi >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    // K_b P² + K_a P = e^(π/n) − 1, its positive root without cancellation.
+    const double e = std::expm1(pi / P()[0]);
+    return {2.0 * e / (P()[1] + std::sqrt(P()[1] * P()[1] + 4.0 * P()[2] * e)), EModelStatus::kOk};
   }
   double SaturationLoading() const override { return P()[2] > 0.0 ? 2.0 * P()[0] : P()[0]; }
   double PressureScale() const override { return 1.0 / P()[1]; }
@@ -342,6 +367,10 @@ class AntiLangmuir final : public Explicit {
     const double y = P()[1] * p;
     if (y >= 1.0) return {kInf, EModelStatus::kDiverges};
     return {-P()[0] * std::log1p(-y), EModelStatus::kOk};
+  }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    if (!(pi >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    return {-std::expm1(-pi / P()[0]) / P()[1], EModelStatus::kOk};
   }
   double PressureScale() const override { return 0.5 / P()[1]; }
   double LoadingGradient(double p, double* g) const override {

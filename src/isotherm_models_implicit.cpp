@@ -82,6 +82,17 @@ class Implicit : public IsothermModel {
     if (std::isnan(q)) return {kNaN, EModelStatus::kNoConvergence};
     return {PiOfLoading(q), EModelStatus::kOk};
   }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    if (!(pi >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    if (pi == 0.0) return {0.0, EModelStatus::kOk};
+    // π is closed in q, so the root is taken in q and P follows from its definition.
+    const double cap = SaturationLoading();
+    const SModelValue q =
+        InvertIncreasing([&](double x) { return x >= cap ? kInf : PiOfLoading(x); }, pi,
+                         std::isfinite(cap) ? 0.5 * cap : 1.0);
+    if (!q.Ok()) return q;
+    return {std::exp(LnPressure(q.value, m_params.data())), EModelStatus::kOk};
+  }
   double PressureScale() const override { return 1.0; }
   /// Implicit function rule: ∂q/∂θ = −(∂ln P/∂θ)/(∂ln P/∂q), ∂ln P/∂θ by central differences.
   double LoadingGradient(double p, double* g) const override {

@@ -55,6 +55,13 @@ class BetGab final : public IsothermModel {
     return {m_params[0] * (std::log1p((m_params[1] - 1.0) * y) - std::log1p(-y)),
             EModelStatus::kOk};
   }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    if (!(pi >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    // (1 + (C−1)y)/(1 − y) = e^(π/n)  ⇒  y = (e^(π/n) − 1)/(C + e^(π/n) − 1).
+    const double e = std::expm1(pi / m_params[0]);
+    const double y = std::isinf(e) ? 1.0 : e / (m_params[1] + e);
+    return {y * m_ps / m_k, EModelStatus::kOk};
+  }
   double PressureScale() const override {
     return m_ps / (m_k * (1.0 + std::sqrt(std::fabs(m_params[1]))));
   }
@@ -119,6 +126,13 @@ class BetLayers final : public IsothermModel {
     if (p > m_ps) return {kInf, EModelStatus::kDiverges};
     return NumericSpreadingPressure(p);
   }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    // π jumps from π(Ps) to +∞ at condensation: nothing in between is reached.
+    const SModelValue atPs = NumericSpreadingPressure(m_ps);
+    if (pi == atPs.value) return {m_ps, EModelStatus::kOk};
+    if (pi > atPs.value) return {kNaN, EModelStatus::kAboveCapacity};
+    return NumericPressureAtSpreadingPressure(pi);
+  }
   /// The loading at Ps: n C N(N+1)/(2(1 + C N)) (the model's largest below condensation).
   double SaturationLoading() const override {
     const double nl = m_setup.layers;
@@ -180,6 +194,20 @@ class Dubinin final : public IsothermModel {
       return {scale * boost::math::tgamma(1.0 / m_m, std::pow(Z(p), m_m)), EModelStatus::kOk};
     } catch (...) {
       return {kNaN, EModelStatus::kNoConvergence};  // m ≤ 0 or E ≤ 0: no such integral
+    }
+  }
+  SModelValue PressureAtSpreadingPressure(double pi) const override {
+    if (!(pi >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    if (pi == 0.0) return {0.0, EModelStatus::kOk};
+    // π = π(Ps)·Q(1/m, z^m) below Ps (Q the regularised upper incomplete gamma function);
+    // above Ps it grows as n_p ln(P/Ps).
+    try {
+      const double atPs = m_params[0] * m_params[1] / m_rt / m_m * std::tgamma(1.0 / m_m);
+      if (pi >= atPs) return {m_ps * std::exp((pi - atPs) / m_params[0]), EModelStatus::kOk};
+      const double zm = boost::math::gamma_q_inv(1.0 / m_m, pi / atPs);
+      return {m_ps * std::exp(-std::pow(zm, 1.0 / m_m) * m_params[1] / m_rt), EModelStatus::kOk};
+    } catch (...) {
+      return {kNaN, EModelStatus::kNoConvergence};
     }
   }
   double SaturationLoading() const override { return m_params[0]; }

@@ -140,6 +140,29 @@ TEST(IsothermModels, InverseRecoversForwardOverLoadings) {
   }
 }
 
+TEST(IsothermModels, PressureAtSpreadingPressureInvertsSpreadingPressure) {
+  for (auto const& c : Cases()) {
+    const auto m = Make(c);
+    for (double p : Pressures(c, 9)) {
+      const double pi = m->SpreadingPressure(p).value;
+      const SModelValue back = m->PressureAtSpreadingPressure(pi);
+      ASSERT_TRUE(back.Ok()) << m->Name() << " at π = " << pi;
+      EXPECT_REL_CLOSE(back.value, p, 1e-9) << m->Name() << " at P = " << p;
+      EXPECT_REL_CLOSE(m->SpreadingPressure(back.value).value, pi, 1e-12) << m->Name();
+    }
+    EXPECT_EQ(m->PressureAtSpreadingPressure(0.0).value, 0.0) << m->Name();
+    EXPECT_EQ(m->PressureAtSpreadingPressure(-1.0).status, EModelStatus::kOutsideDomain);
+  }
+  // Past saturation Dubinin's π grows as n_p ln(P/Ps); BET-n's jumps to +∞ at Ps.
+  const auto dr = MakeIsothermModel(K::kDubininRadushkevich, {5.0, 8000.0}, Sat(100, 298)).model;
+  EXPECT_REL_CLOSE(dr->PressureAtSpreadingPressure(dr->SpreadingPressure(300.0).value).value, 300.0,
+                   1e-13);
+  const auto betN = MakeIsothermModel(K::kBETLayers, {1.0, 50.0}, Sat(100, 0, 5)).model;
+  const double piPs = betN->SpreadingPressure(100.0).value;
+  EXPECT_EQ(betN->PressureAtSpreadingPressure(piPs).value, 100.0);
+  EXPECT_EQ(betN->PressureAtSpreadingPressure(1.01 * piPs).status, EModelStatus::kAboveCapacity);
+}
+
 TEST(IsothermModels, SpreadingPressureMatchesQuadratureOfLoadingOverPressure) {
   for (auto const& c : Cases()) {
     const auto m = Make(c);
@@ -417,6 +440,7 @@ TEST(IsothermModels, ParametersOutsideTheirBoundsNeitherThrowNorHang) {
           made.model->LoadingGradient(p, g.data());
           made.model->Pressure(made.model->Loading(p));
           made.model->Pressure(p);
+          made.model->PressureAtSpreadingPressure(p);
         }) << made.model->Name();
       }
     }

@@ -178,6 +178,12 @@ class IsothermModel {
   virtual SModelValue Pressure(double loading) const;
   /// Reduced spreading pressure π(P) = ∫₀^P q/p dp [loading units].
   virtual SModelValue SpreadingPressure(double pressure) const;
+  /// The pressure at which π(P) equals the given value (the step IAST repeats) [pressure
+  /// units]. Closed form for Henry, Langmuir, Freundlich, Sips, Langmuir-Freundlich,
+  /// quadratic, BET, GAB, anti-Langmuir and Dubinin (inverse incomplete gamma); for the
+  /// implicit models a root in q; otherwise bracketed on π(P) like Pressure(q). A π the model
+  /// never reaches (BET-n past π(Ps), a bounded π) is NaN with kAboveCapacity.
+  virtual SModelValue PressureAtSpreadingPressure(double spreadingPressure) const;
   /// Least upper bound of q over the domain [loading units]; +∞ when unbounded.
   virtual double SaturationLoading() const { return std::numeric_limits<double>::infinity(); }
   /// A pressure where the loading bends over (e.g. 1/K) [pressure units]; brackets start here.
@@ -198,6 +204,8 @@ class IsothermModel {
   IsothermModel(EIsothermModel kind, std::vector<double> params, SIsothermSetup setup);
   /// The numeric inverse: bracket from PressureScale() and TOMS 748 on q(P) − q.
   SModelValue NumericPressure(double loading) const;
+  /// The numeric P(π): bracketing on SpreadingPressure().
+  SModelValue NumericPressureAtSpreadingPressure(double spreadingPressure) const;
   /// The numeric π: quadrature of q/p (see the top of this header).
   SModelValue NumericSpreadingPressure(double pressure) const;
   /// Common edge handling of Pressure(q); true when out holds the answer already.
