@@ -1,4 +1,4 @@
-// Speed of single-component isotherm models: q(P), π(P) and P(q) for a closed-form model
+// Speed of single-component isotherm models: q(P), π(P), P(q) and P(π) for a closed-form model
 // (Langmuir), numerical ones (Toth's π, Temkin's inverse, BET-n's π), a Dubinin form (an
 // incomplete gamma) and an implicit one (FH-VST, whose q(P) is a root).
 #include <benchmark/benchmark.h>
@@ -69,9 +69,20 @@ void BM_Pressure(benchmark::State& state) {
   state.SetLabel(m->Name());
 }
 
+void BM_PressureAtSpreadingPressure(benchmark::State& state) {
+  const auto m = Model(static_cast<int>(state.range(0)));
+  std::vector<double> pis;
+  for (double p : Pressures()) pis.push_back(m->SpreadingPressure(p).value);
+  for (auto _ : state)
+    for (double pi : pis) benchmark::DoNotOptimize(m->PressureAtSpreadingPressure(pi).value);
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(pis.size()));
+  state.SetLabel(m->Name());
+}
+
 BENCHMARK(BM_Loading)->DenseRange(0, 5);
 BENCHMARK(BM_SpreadingPressure)->DenseRange(0, 5);
 BENCHMARK(BM_Pressure)->DenseRange(0, 5);
+BENCHMARK(BM_PressureAtSpreadingPressure)->DenseRange(0, 5);
 
 }  // namespace
 
