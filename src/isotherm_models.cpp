@@ -63,12 +63,13 @@ SModelValue IsothermModel::NumericPressureAtSpreadingPressure(double spreadingPr
   if (!(spreadingPressure >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
   if (spreadingPressure == 0.0) return {0.0, EModelStatus::kOk};
   // π(P) grows with P wherever q > 0, about as ln P on a plateau: bracket in ln P.
+  // dπ/d ln P is q itself, which makes Newton steps in ln P cheap and exact.
   return detail::InvertIncreasingInLog(
       [this](double p) {
         const SModelValue pi = SpreadingPressure(p);
         return pi.status == EModelStatus::kDiverges ? kInf : pi.value;
       },
-      spreadingPressure, PressureScale());
+      spreadingPressure, PressureScale(), [this](double p) { return Loading(p); });
 }
 
 namespace detail {
@@ -133,7 +134,7 @@ SModelValue InvertIncreasing(std::function<double(double)> const& value, double 
 }
 
 SModelValue InvertIncreasingInLog(std::function<double(double)> const& value, double target,
-                                  double start) {
+                                  double start, std::function<double(double)> const& slope) {
   if (!(start > 0.0) || !std::isfinite(start)) start = 1.0;
   auto f = [&](double s) { return value(std::exp(s)) - target; };
   double lo = std::log(start);
@@ -175,6 +176,27 @@ SModelValue InvertIncreasingInLog(std::function<double(double)> const& value, do
     }
   }
   if (fhi == 0.0) return {std::exp(hi), EModelStatus::kOk};
+  if (slope && std::isfinite(fhi)) {
+    // Newton in s = ln P, kept inside the bracket (a step that leaves it bisects instead).
+    double s = flo - fhi != 0.0 ? lo + (hi - lo) * flo / (flo - fhi) : 0.5 * (lo + hi);
+    for (int i = 0; i < 100; ++i) {
+      const double fs = f(s);
+      if (fs == 0.0) return {std::exp(s), EModelStatus::kOk};
+      if (std::isnan(fs)) break;
+      (fs < 0.0 ? lo : hi) = s;
+      const double d = slope(std::exp(s));
+      double next = s - fs / d;
+      if (!(next > lo && next < hi)) next = 0.5 * (lo + hi);
+      // A quadrature π carries ~1e-15 relative noise: asking for more would only dither.
+      if (std::fabs(fs) <= 1e-15 * target) return {std::exp(s), EModelStatus::kOk};
+      if (std::fabs(next - s) <= 1e-14 * std::max(1.0, std::fabs(s)) ||
+          hi - lo <= 1e-14 * std::max(1.0, std::fabs(s)))
+        return {std::exp(next), EModelStatus::kOk};
+      s = next;
+    }
+    flo = f(lo);
+    fhi = f(hi);
+  }
   std::uintmax_t maxIter = 200;
   try {
     const auto r = boost::math::tools::toms748_solve(

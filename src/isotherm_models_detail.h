@@ -39,9 +39,10 @@ SModelValue InvertIncreasing(std::function<double(double)> const& value, double 
                              double start);
 
 /// The same for a value of P > 0 that grows about as ln P (a spreading pressure): bracketed
-/// and solved in ln P, from ln(start) in steps of 1, 2, 4, …
+/// and solved in ln P, from ln(start) in steps of 1, 2, 4, … With `slope` (d value/d ln P as
+/// a function of P) the bracket is closed by safeguarded Newton steps, else by TOMS 748.
 SModelValue InvertIncreasingInLog(std::function<double(double)> const& value, double target,
-                                  double start);
+                                  double start, std::function<double(double)> const& slope = {});
 
 /// The dilogarithm Li₂(−x) for x ≥ 0 (Bernoulli series in −ln(1+x), after the inversion
 /// Li₂(z) = −π²/6 − ½ln²(−z) − Li₂(1/z) for x > 1); full double precision.
