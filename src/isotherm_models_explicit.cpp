@@ -342,6 +342,21 @@ class Unilan final : public Explicit {
   }
   double SaturationLoading() const override { return P()[0]; }
   double PressureScale() const override { return 1.0 / P()[1]; }
+  double LoadingGradient(double p, double* g) const override {
+    const double s = P()[2];
+    // ∂q/∂s = n/(2s)·(dL/ds − L/s) cancels as s → 0; differences are as good there.
+    if (std::fabs(s) < 1e-2) return IsothermModel::LoadingGradient(p, g);
+    const double q = Loading(p);
+    const double y = P()[1] * p;
+    const double up = y * std::exp(s);
+    const double dn = y * std::exp(-s);
+    const double l = 2.0 * s * q / P()[0];
+    g[0] = q / P()[0];
+    g[1] = LoadingSlope(p) * p / P()[1];
+    g[2] = P()[0] / (2.0 * s) * (up / (1.0 + up) + dn / (1.0 + dn) - l / s);
+    return q;
+  }
+  bool HasAnalyticGradient() const override { return std::fabs(P()[2]) >= 1e-2; }
 };
 
 class AntiLangmuir final : public Explicit {
@@ -439,6 +454,21 @@ class JensenSeaton final : public Explicit {
   }
   double SaturationLoading() const override { return P()[3] > 0.0 ? kInf : P()[1]; }
   double PressureScale() const override { return P()[1] / P()[0]; }
+  double LoadingGradient(double p, double* g) const override {
+    // ln q = ln K + ln p − ln(1 + z^c)/c, z = K p/(a(1 + κp)).
+    const double q = Loading(p);
+    const double c = P()[2];
+    const double kp = 1.0 + P()[3] * p;
+    const double z = P()[0] * p / (P()[1] * kp);
+    const double zc = std::pow(z, c);
+    const double w = zc / (1.0 + zc);
+    g[0] = q / (P()[0] * (1.0 + zc));
+    g[1] = q * w / P()[1];
+    g[2] = q * (std::log1p(zc) / (c * c) - w * SafeLog(z) / c);
+    g[3] = q * w * p / kp;
+    return q;
+  }
+  bool HasAnalyticGradient() const override { return true; }
 };
 
 /// A Toth physisorption site plus a Langmuir chemisorption site weighted by exp(−E_a/RT).
