@@ -452,18 +452,30 @@ TEST(IsothermModels, ParametersOutsideTheirBoundsNeitherThrowNorHang) {
 }
 
 TEST(IsothermModels, SharedModelsGiveTheSameAnswersOnSeveralThreads) {
-  const Case c = Cases()[11];  // Toth: a numerical spreading pressure
-  const auto m = Make(c);
-  const auto ps = Pressures(c, 40);
-  std::vector<double> serial;
-  for (double p : ps) serial.push_back(m->SpreadingPressure(p).value + m->Loading(p));
+  // Toth and BET-n integrate numerically, FH-VST solves for q, the sum holds parts.
+  const auto cases = Cases();
+  std::vector<std::shared_ptr<const IsothermModel>> models;
+  for (auto const& c : cases)
+    if (c.kind == K::kToth || c.kind == K::kBETLayers || c.kind == K::kFloryHugginsVST)
+      models.push_back(Make(c));
+  models.push_back(MakeCompositeModel(models));
+  auto sweep = [&] {
+    std::vector<double> out;
+    for (auto const& m : models) {
+      for (int i = 0; i < 30; ++i) {
+        const double p = 0.5 + 3.0 * i;
+        const double pi = m->SpreadingPressure(p).value;
+        out.push_back(m->Loading(p));
+        out.push_back(pi);
+        out.push_back(m->PressureAtSpreadingPressure(pi).value);
+      }
+    }
+    return out;
+  };
+  const std::vector<double> serial = sweep();
   std::vector<std::vector<double>> results(4);
   std::vector<std::thread> threads;
-  for (auto& r : results) {
-    threads.emplace_back([&] {
-      for (double p : ps) r.push_back(m->SpreadingPressure(p).value + m->Loading(p));
-    });
-  }
+  for (auto& r : results) threads.emplace_back([&] { r = sweep(); });
   for (auto& t : threads) t.join();
   for (auto const& r : results) EXPECT_EQ(r, serial);
 }

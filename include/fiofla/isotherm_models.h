@@ -2,25 +2,28 @@
 // P(q) and the reduced spreading pressure π(P) = ∫₀^P q(p)/p dp, for fitting, mixture
 // calculations (IAST) and the tool, each model found by one name.
 //
+// clang-format off
 // Units: pressure and loading are in whatever units the caller uses, consistently; π comes
 // out in loading units. Affinities (K, b) are in inverse pressure unless the table says
 // otherwise; energies in J/mol; temperatures in K. θ = q/n_m is the fractional loading.
 // Models that need a saturation pressure Ps, a temperature, a layer count, a site count or a
 // number of virial terms take them as constants in SIsothermSetup, never as parameters.
 //
-// Method: closed forms where they exist (C in the table). Otherwise ("N"): P(q) by a
-// bracket grown geometrically from the model's pressure scale and closed by TOMS 748
-// (Alefeld, Potra and Shi 1995, Boost.Math toms748_solve) to full double precision; π by
-// tanh-sinh quadrature of q/p on [0, P₀] plus Gauss-Kronrod in ln p above P₀ (the model's
-// pressure scale), relative tolerance 1e-13 (measured: within 1e-15 of an exp-sinh reference
-// in long double for Toth, Redlich-Peterson, Jensen-Seaton, BET-n and chemi-physisorption). Models
-// given as P(q) ("implicit") find q(P) by bracketing in θ or q, and take π = ∫ q (d ln P/dq) dq in
-// closed form. Cost: a closed form costs a few transcendental calls; an "N" entry tens to a few
-// hundred evaluations of q (BENCHMARKS.md). Guarantees: model objects are immutable after
-// construction and safe to share between threads. Numerical results agree with their closed forms
-// or with independent quadrature to 1e-10 relative (tests/isotherm_models_test.cpp).
+// Method: closed forms where they exist (C in the table). Otherwise (N): P(q) by a bracket
+// grown geometrically from the model's pressure scale and closed by TOMS 748 (Alefeld, Potra
+// and Shi 1995; Boost.Math toms748_solve) to full double precision; π by tanh-sinh
+// quadrature of q/p on [0, P₀] plus Gauss-Kronrod in ln p above P₀ (the model's pressure
+// scale), relative tolerance 1e-13 (measured within 1e-15 of an exp-sinh reference in long
+// double for Toth, Redlich-Peterson, Jensen-Seaton, BET-n and chemi-physisorption). Models
+// given as P(q) ("implicit") find q(P) by bracketing in θ or q, and take
+// π = ∫ q (d ln P/dq) dq in closed form. P(π), the step IAST repeats, is closed where π
+// inverts simply, else bracketed in ln P and closed by Newton steps (dπ/d ln P = q).
+// Cost: a closed form costs a few transcendental calls (ns); an N entry tens to a few
+// hundred evaluations of q (µs; BENCHMARKS.md).
+// Guarantees: model objects are immutable after construction and safe to share between
+// threads. Numerical results agree with their closed forms or with independent quadrature
+// to 1e-10 relative (tests/isotherm_models_test.cpp).
 //
-// clang-format off
 // C: closed form, N: numerical. x = P/Ps, y = K·P, θ = q/n_m.
 //  name                  P(q) π  q(P), or P(q) for the implicit ones         reference
 //  henry                 C    C  K_H·P  (K_H in loading/pressure)            Ruthven 1984
