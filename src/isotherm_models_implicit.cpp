@@ -35,16 +35,17 @@ class Implicit : public IsothermModel {
     if (std::isinf(p)) return cap;
     const double target = std::log(p);
     auto f = [&](double q) { return LnPressure(q, m_params.data()) - target; };
-    // From Henry's law down until ln P(q) is below the target, then up towards the capacity
-    // (halving the gap to it) or geometrically without one.
+    // From Henry's law down until ln P(q) is below the target; the upper end is the capacity,
+    // or, without one, found geometrically.
     double lo = std::min(HenryConstant() * p, 0.5 * cap);
     if (!(lo > 0.0) || !std::isfinite(lo)) lo = std::isfinite(cap) ? 0.5 * cap : 1.0;
     double flo = f(lo);
     for (int i = 0; i < 200 && flo > 0.0 && lo > 1e-300; ++i) flo = f(lo *= 1.0 / 16.0);
     if (flo > 0.0) return lo;  // below the smallest loading a double can tell apart
     if (flo == 0.0) return lo;
-    double hi = lo;
-    double fhi = flo;
+    // With a capacity, ln P(q) → +∞ there: the bracket is [lo, capacity) without a search.
+    double hi = std::isfinite(cap) ? cap : lo;
+    double fhi = std::isfinite(cap) ? kInf : flo;
     for (int i = 0; i < 2000 && fhi < 0.0; ++i) {
       lo = hi;
       flo = fhi;
@@ -54,6 +55,24 @@ class Implicit : public IsothermModel {
     }
     if (!(fhi >= 0.0)) return kNaN;  // ln P(q) never reaches the target (non-monotone virial)
     if (fhi == 0.0) return hi;
+    // Newton on ln P(q) with its analytic slope, kept inside the bracket (bisecting when a
+    // step leaves it); TOMS 748 if the slope misleads (a non-monotone virial).
+    double q = lo;
+    for (int i = 0; i < 60 && std::isfinite(q); ++i) {
+      const double fq = f(q);
+      if (fq == 0.0) return q;
+      (fq < 0.0 ? lo : hi) = q;
+      (fq < 0.0 ? flo : fhi) = fq;
+      double next = q - fq / DLnPressure(q);
+      if (!(next > lo && next < hi)) next = 0.5 * (lo + hi);
+      if (std::fabs(next - q) <= 1e-15 * q) return next;
+      q = next;
+    }
+    if (std::isinf(fhi)) {
+      hi = std::nextafter(cap, 0.0);
+      fhi = f(hi);
+      if (!(fhi > 0.0)) return hi;  // within rounding of the capacity
+    }
     std::uintmax_t maxIter = 200;
     try {
       const auto r = boost::math::tools::toms748_solve(
