@@ -77,7 +77,8 @@
 //   - Pressure(q) of a loading the model never reaches (q at or above its saturation
 //     loading, SaturationLoading(), approached only as P → ∞) is NaN with kAboveCapacity.
 //     Dubinin (q = n_p) and BET-n (q = q(Ps)) reach theirs at Ps and return Ps.
-//   - Pressure(q < 0) and π(P < 0) are NaN with kOutsideDomain; Pressure(0) and π(0) are 0.
+//   - Pressure(q < 0), π(P < 0) and PressureAtSpreadingPressure(π < 0) are NaN with
+//     kOutsideDomain; each of them is 0 at 0.
 #pragma once
 
 #include <cstddef>
@@ -184,8 +185,8 @@ class IsothermModel {
   /// The pressure at which π(P) equals the given value (the step IAST repeats) [pressure
   /// units]. Closed form for Henry, Langmuir, Freundlich, Sips, Langmuir-Freundlich,
   /// quadratic, BET, GAB, anti-Langmuir and Dubinin (inverse incomplete gamma); for the
-  /// implicit models a root in q; otherwise bracketed on π(P) like Pressure(q). A π the model
-  /// never reaches (BET-n past π(Ps), a bounded π) is NaN with kAboveCapacity.
+  /// implicit models a root in q; otherwise bracketed in ln P and closed by Newton steps. A π
+  /// the model never reaches (BET-n past π(Ps), a bounded π) is NaN with kAboveCapacity.
   virtual SModelValue PressureAtSpreadingPressure(double spreadingPressure) const;
   /// Least upper bound of q over the domain [loading units]; +∞ when unbounded.
   virtual double SaturationLoading() const { return std::numeric_limits<double>::infinity(); }
@@ -207,7 +208,7 @@ class IsothermModel {
   IsothermModel(EIsothermModel kind, std::vector<double> params, SIsothermSetup setup);
   /// The numeric inverse: bracket from PressureScale() and TOMS 748 on q(P) − q.
   SModelValue NumericPressure(double loading) const;
-  /// The numeric P(π): bracketing on SpreadingPressure().
+  /// The numeric P(π): bracketing SpreadingPressure() in ln P, then Newton steps.
   SModelValue NumericPressureAtSpreadingPressure(double spreadingPressure) const;
   /// The numeric π: quadrature of q/p (see the top of this header).
   SModelValue NumericSpreadingPressure(double pressure) const;
