@@ -193,7 +193,8 @@ std::vector<double> IsothermInitialGuess(EIsothermModel kind, SIsothermSetup con
     case K::kChemiPhysisorption:
       return {0.7 * nm, k, 1.0, 0.4 * nm, 10.0 * k, 0.0};
     case K::kFloryHugginsVST:
-      return {nm, k, 0.0};
+      // Not 0: α enters as α², so α = 0 is a stationary point a fit would not leave.
+      return {nm, k, 0.5};
     case K::kWilsonVST:
       return {nm, k, 1.0, 1.0};
     case K::kVirial: {

@@ -248,7 +248,8 @@ std::vector<SParameterInfo> IsothermParameterInfo(EIsothermModel kind,
                                                   SIsothermSetup const& setup = {});
 /// A heuristic starting point for a fit from measured points (pressures ascending or not):
 /// capacities from the plateau (1.1 × the largest q), affinities from the initial slope of
-/// the lowest-pressure points, exponents 1 and interaction terms 0. Empty without a point
+/// the lowest-pressure points, exponents 1 and interaction terms 0 (FH-VST's α 0.5, O'Brien-
+/// Myers' σ 0.1: they enter squared, so 0 would be a stationary point). Empty without a point
 /// with P > 0 and q > 0. kComposite has no guess (empty).
 std::vector<double> IsothermInitialGuess(EIsothermModel kind, SIsothermSetup const& setup,
                                          std::vector<double> const& pressures,
