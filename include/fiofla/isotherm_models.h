@@ -31,10 +31,10 @@
 //  multisite_langmuir    N    C  Σ n_i K_i P/(1+K_i P), sites ≥ 1            Ruthven 1984
 //  bet                   C    C  n_m C x/((1−x)(1−x+Cx))                     Brunauer et al. 1938
 //  bet_n_layers          N    N  n_m C Σ i xⁱ/(1 + C Σ xⁱ), i = 1..N         Brunauer et al. 1938
-//  gab                   C    C  n_m C k x/((1−kx)(1+(C−1)kx))               Do 1998, ch. 4
+//  gab                   C    C  n_m C k x/((1−kx)(1+(C−1)kx))               Guggenheim, Anderson, de Boer; Do 1998
 //  freundlich            C    C  K_F·P^(1/n)  (K_F in loading/pressure^(1/n)) Freundlich 1906
-//  dubinin_radushkevich  C    C  dubinin_astakhov with m = 2                 Do 1998, ch. 4
-//  dubinin_astakhov      C    C  n_p exp(−(RT ln(Ps/P)/E)^m); n_p for P ≥ Ps Do 1998, ch. 4
+//  dubinin_radushkevich  C    C  dubinin_astakhov with m = 2                 Dubinin & Radushkevich 1947
+//  dubinin_astakhov      C    C  n_p exp(−(RT ln(Ps/P)/E)^m); n_p for P ≥ Ps Dubinin & Astakhov 1971
 //  quadratic             C    C  n_m(K_a P + 2K_b P²)/(1 + K_a P + K_b P²)   Ruthven 1984
 //  temkin_approx         N    C  n_m[θ_L + g θ_L²(θ_L−1)], θ_L = y/(1+y)     Temkin & Pyzhev 1940, expanded
 //  toth                  C    N  n_m y/(1+y^t)^(1/t)                         Toth 1971; Do 1998
@@ -48,10 +48,10 @@
 //  anti_langmuir         C    C  n_m y/(1−y); +∞ for y ≥ 1                   (cooperative uptake)
 //  chemi_physisorption   N    N  toth(n_1, K_1, t_1)                         dual-site Toth variant
 //                                + n_2 K_2 P/(1+K_2 P)·exp(−E_a/(RT))        of 2023
-//  flory_huggins_vst     C    C  P = θ/(K(1−θ))·exp(α²θ/(1+αθ))              Cochran, Quinn & Kabel 1985
+//  flory_huggins_vst     C    C  P = θ/(K(1−θ))·exp(α²θ/(1+αθ))              Cochran, Kabel & Danner 1985
 //  wilson_vst            C    C  P = θ/(K(1−θ))·Λ₁ᵥ(1−aθ)/(Λ₁ᵥ+bθ)           Suwanayuen & Danner 1980
 //                                ·exp(−Λᵥ₁aθ/(1−aθ) − bθ/(Λ₁ᵥ+bθ)), a = 1−Λᵥ₁, b = 1−Λ₁ᵥ
-//  virial                C    C  P = (q/K_H)·exp(A_1 q + A_2 q² + …)         Myers & Prausnitz 1965
+//  virial                C    C  P = (q/K_H)·exp(A_1 q + A_2 q² + …)         Do 1998
 //  composite             N   sum Σ of the parts' q                          (sum of sites)
 // clang-format on
 //
@@ -60,6 +60,8 @@
 //   FH-VST: n_m[−ln(1−θ) + ln(1+αθ) − αθ/(1+αθ)];
 //   W-VST:  n_m[−ln(1−θ) + ln(1−aθ) − Λᵥ₁θ/(1−aθ) + Λ₁ᵥθ/(Λ₁ᵥ+bθ)];
 //   virial: q + Σ i A_i q^(i+1)/(i+1).
+// π is the integral of the Gibbs adsorption isotherm that IAST equates across components
+// (Myers & Prausnitz 1965).
 // Toth, Redlich-Peterson and Jensen-Seaton π would need Gauss hypergeometric functions (or,
 // for Jensen-Seaton, none is known); quadrature reaches 1e-15 there. The inverses of Temkin
 // (a cubic in θ_L), O'Brien-Myers and the multi-site sums are bracketed rather than solved
