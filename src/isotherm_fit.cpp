@@ -182,6 +182,7 @@ struct SRun {
   double cost = kInfinity;    // Σ w r² there
   std::vector<double> seU;    // standard errors of the u, one per parameter
   int iterations = 0;
+  int evaluations = 0;
 };
 
 class CFitter {
@@ -215,6 +216,7 @@ class CFitter {
     SRun run = m_best;
     run.stop = fit.Summary().stop;
     run.iterations = fit.Summary().iterations;
+    run.evaluations = fit.Summary().evaluations;
     run.converged = fit.IsValid();
     if (run.converged) {
       for (std::size_t j = 0; j < k; ++j) run.theta[j] = ThetaOf(j, params[j].value);
@@ -425,6 +427,7 @@ SIsothermFit FitIsotherm(EIsothermModel kind, std::vector<double> const& pressur
     const std::vector<double> start = s == 0 ? guess : ScaledStart(guess, info, s);
     SRun run = fitter.Run(start);
     out.iterations += run.iterations;
+    out.evaluations += run.evaluations;
     const bool better = run.converged ? (!haveConverged || run.cost < best.cost)
                                       : (!haveConverged && run.cost < best.cost);
     if (better) {
@@ -446,10 +449,12 @@ SIsothermFit FitIsotherm(EIsothermModel kind, std::vector<double> const& pressur
     notes.insert(notes.begin(), "no start converged within " +
                                     std::to_string(options.lm.maxEvaluations) +
                                     " evaluations; the parameters are the best seen");
-  if (!adjustable.back())
-    notes.push_back(info.back().name + " held at " + std::to_string(best.theta.back()) + " " +
-                    info.back().unit + ": at one temperature only " + info[3].name +
-                    "·exp(−E_a/RT) is identifiable");
+  if (!adjustable.back()) {
+    std::ostringstream held;
+    held << info.back().name << " held at " << best.theta.back() << " " << info.back().unit
+         << ": at one temperature only " << info[3].name << "·exp(−E_a/RT) is identifiable";
+    notes.push_back(held.str());
+  }
   // Delta method: σθ = |dθ/du|·σu (θ·σu for the log-scaled ones).
   for (std::size_t j = 0; j < info.size(); ++j) {
     if (!adjustable[j])

@@ -58,6 +58,7 @@ struct SIsothermFit {
   double rmsError = 0.0;               ///< RMS of the loading residuals [loading units]
   double aicc = 0.0;                   ///< corrected Akaike criterion (+∞ when not computable)
   int iterations = 0;                  ///< Levenberg-Marquardt iterations over all starts
+  int evaluations = 0;                 ///< sweeps of the model over all points, over all starts
   ELMStop stop = ELMStop::kNotRun;     ///< how the winning start stopped
   bool Usable() const { return status == EFitStatus::kOk || status == EFitStatus::kIterationLimit; }
 };
