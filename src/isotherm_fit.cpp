@@ -461,6 +461,9 @@ SIsothermFit FitIsotherm(EIsothermModel kind, std::vector<double> const& pressur
       out.standardErrors[j] = 0.0;
     else if (best.seU.size() == info.size())
       out.standardErrors[j] = std::fabs(fitter.Map(j).Slope(best.theta[j])) * best.seU[j];
+    // A parameter run off to an extreme (an affinity of 1e200 on data that do not bend)
+    // has no estimable error: NaN rather than ∞.
+    if (!std::isfinite(out.standardErrors[j])) out.standardErrors[j] = kNaN;
   }
 
   const int n = out.points;
