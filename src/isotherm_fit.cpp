@@ -20,9 +20,11 @@
 // RMS error and AICc in one unit for every family, which the ranking needs.
 //
 // Starts: the heuristic guess, then copies with affinities (log-scaled parameters other than
-// capacities) ×10, ×0.1, capacities ×2 with exponents pulled 40 % of the way towards 1
-// (bounded shape parameters), capacities ×0.5 with affinities ×100, and further starts
-// alternating affinities ×10^±k. The best converged start (least cost) wins.
+// capacities) ×10, ×0.1, capacities ×2 with exponents (bounded dimensionless parameters)
+// pulled 40 % of the way towards 1 (to 0.6 when they are 1 already), capacities ×0.5 with
+// affinities ×100, and further starts alternating affinities ×10^±k. Dimensionless
+// log-scaled parameters (BET's C, Wilson's Λs) move by the square root of the affinity
+// factor, up and down in turn. The best converged start (least cost) wins.
 #include "fiofla/isotherm_fit.h"
 
 #include <algorithm>
@@ -241,7 +243,8 @@ class CFitter {
     return 0.1;
   }
 
-  // q(P) and ∂q/∂u; the model is rebuilt once per sweep over the points. Also tracks the
+  // q(P) and ∂q/∂u; the model is rebuilt once per sweep over the points (the solver calls
+  // the model for every point in order, so a sweep starts at every n-th call). Also tracks the
   // best sweep, because the solver hands back the start when it stops at its bound.
   double Eval(double x, std::vector<SCurveFitParam>& ps) {
     const std::size_t n = m_data.size();
