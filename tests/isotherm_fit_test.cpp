@@ -23,8 +23,8 @@ struct Case {
   SIsothermSetup setup;
 };
 
-SIsothermSetup MakeSetup(double ps, double t = std::numeric_limits<double>::quiet_NaN(), int layers = 0,
-                     int sites = 2, int virialTerms = 2) {
+SIsothermSetup MakeSetup(double ps, double t = std::numeric_limits<double>::quiet_NaN(),
+                         int layers = 0, int sites = 2, int virialTerms = 2) {
   SIsothermSetup s;
   s.saturationPressure = ps;
   s.temperatureK = t;
@@ -51,7 +51,11 @@ std::vector<Case> Cases() {
       {K::kQuadratic, {2.0, 0.05, 0.002}, 0.01, 1e4, {}},
       {K::kTemkinApprox, {3.0, 0.05, 0.8}, 0.01, 1e4, {}},
       {K::kToth, {3.0, 0.05, 0.6}, 0.01, 1e4, {}},
-      {K::kMultiSiteToth, {2.0, 0.2, 0.7, 1.5, 0.01, 0.9}, 0.01, 1e4, MakeSetup(kNone, kNone, 0, 2)},
+      {K::kMultiSiteToth,
+       {2.0, 0.2, 0.7, 1.5, 0.01, 0.9},
+       0.01,
+       1e4,
+       MakeSetup(kNone, kNone, 0, 2)},
       {K::kSips, {3.0, 0.05, 0.7}, 0.01, 1e4, {}},
       {K::kLangmuirFreundlich, {3.0, 0.1, 0.7}, 0.01, 1e4, {}},
       {K::kRedlichPeterson, {0.3, 0.08, 0.85}, 0.01, 1e4, {}},
@@ -98,6 +102,20 @@ TEST(IsothermFit, EveryFamilyRecoversTheParametersOfExactData) {
     EXPECT_LT(fit.rmsError, 1e-9) << fit.name;
     EXPECT_TRUE(fit.model) << fit.name;
   }
+}
+
+TEST(IsothermFit, ChemiPhysisorptionFitsTheIdentifiableProduct) {
+  // With E_a ≠ 0 the fit holds E_a at 0 and finds n_2·exp(−E_a/RT) in n_2.
+  Case c{
+      K::kChemiPhysisorption, {2.0, 0.05, 0.6, 1.0, 2.0, 5000.0}, 0.01, 1e4, MakeSetup(kNone, 300)};
+  const std::vector<double> ps = LogSpaced(c.pMin, c.pMax, 30);
+  const SIsothermFit fit = FitIsotherm(c.kind, ps, LoadingsOf(c, ps), c.setup);
+  ASSERT_EQ(fit.status, EFitStatus::kOk) << fit.message;
+  EXPECT_EQ(fit.parameters[5], 0.0);
+  EXPECT_EQ(fit.standardErrors[5], 0.0);
+  EXPECT_REL_CLOSE(fit.parameters[3], 1.0 * std::exp(-5000.0 / (8.314462618 * 300.0)), 1e-8);
+  for (int j : {0, 1, 2, 4}) EXPECT_REL_CLOSE(fit.parameters[j], c.params[j], 1e-8);
+  EXPECT_NE(fit.message.find("E_a held at 0"), std::string::npos) << fit.message;
 }
 
 TEST(IsothermFit, BadDataGivesAStatusAndAMessageNeverAThrowOrNaN) {
