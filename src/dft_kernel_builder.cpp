@@ -35,6 +35,16 @@ std::vector<Point> Branch(SlitPore const& pore, std::vector<double> const& x, bo
   const Coexistence& c = fluid.Coexist();
   std::vector<Point> points(x.size());
   std::vector<double> previous;
+  // A branch never runs backwards: a state holding less than the one before at a higher
+  // pressure (more, going down) is not its continuation but another state the iteration
+  // fell into (in micropores, a half-filled layer), and is treated as a failed step.
+  double lastAmount = -1.0;
+  auto along = [&](SlitProfile const& p) {
+    if (!p.converged) return false;
+    if (lastAmount < 0.0) return true;
+    const double slack = 1e-7 * lastAmount;
+    return ascending ? p.amount >= lastAmount - slack : p.amount <= lastAmount + slack;
+  };
   for (std::size_t step = 0; step < x.size(); ++step) {
     const std::size_t k = ascending ? step : x.size() - 1 - step;
     const double mu = ChemicalPotentialAt(fluid, x[k]);
@@ -45,8 +55,7 @@ std::vector<Point> Branch(SlitPore const& pore, std::vector<double> const& x, bo
     out.iterations += prof.iterations;
     // A step too long for the iteration: walk to it from the last converged pressure in
     // 4, then 16 geometric sub-steps.
-    for (int parts = 4; !prof.converged && !previous.empty() && step > 0 && parts <= 16;
-         parts *= 4) {
+    for (int parts = 4; !along(prof) && !previous.empty() && step > 0 && parts <= 16; parts *= 4) {
       const double from = x[ascending ? k - 1 : k + 1];
       std::vector<double> walk = previous;
       bool ok = true;
@@ -56,18 +65,20 @@ std::vector<Point> Branch(SlitPore const& pore, std::vector<double> const& x, bo
         out.iterations += sub.iterations;
         ok = sub.converged;
         if (ok) walk = sub.rho;
-        if (ok && q == parts) prof = sub;
+        if (ok && q == parts && (along(sub) || !prof.converged)) prof = sub;
       }
     }
-    if (!prof.converged) {
-      prof = pore.Solve(mu, {}, ascending ? liquidStart : vapour);
-      out.iterations += prof.iterations;
+    if (!along(prof)) {
+      SlitProfile other = pore.Solve(mu, {}, ascending ? liquidStart : vapour);
+      out.iterations += other.iterations;
+      if (other.converged || !prof.converged) prof = std::move(other);
     }
     Point& p = points[k];
     p.converged = prof.converged;
     p.amount = prof.amount;
     p.omega = prof.grandPotential;
     if (prof.converged) {
+      lastAmount = prof.amount;
       previous = prof.rho;
       p.rho = std::move(prof.rho);
     } else {

@@ -73,6 +73,41 @@ SModelValue IsothermModel::NumericPressureAtSpreadingPressure(double spreadingPr
 }
 
 namespace detail {
+namespace {
+
+// Past a divergence (+∞) TOMS 748 cannot interpolate: bisect until the upper end is finite.
+template <class F>
+void BisectPastInfinity(F const& f, double& lo, double& hi, double& flo, double& fhi) {
+  for (int i = 0; i < 200 && std::isinf(fhi); ++i) {
+    const double mid = 0.5 * (lo + hi);
+    const double fm = f(mid);
+    if (fm < 0.0) {
+      lo = mid;
+      flo = fm;
+    } else {
+      hi = mid;
+      fhi = fm;
+    }
+  }
+}
+
+// The root of f in [lo, hi], f(lo) < 0 < f(hi), by TOMS 748 to the last two bits; NaN when
+// it does not converge.
+template <class F>
+double Toms748(F const& f, double lo, double hi, double flo, double fhi) {
+  std::uintmax_t maxIter = 200;
+  try {
+    const auto r = boost::math::tools::toms748_solve(
+        f, lo, hi, flo, fhi,
+        boost::math::tools::eps_tolerance<double>(std::numeric_limits<double>::digits - 2),
+        maxIter);
+    return 0.5 * (r.first + r.second);
+  } catch (...) {
+    return kNaN;
+  }
+}
+
+}  // namespace
 
 SModelValue InvertIncreasing(std::function<double(double)> const& value, double target,
                              double start) {
@@ -108,29 +143,10 @@ SModelValue InvertIncreasing(std::function<double(double)> const& value, double 
       fhi = ft;
     }
   }
-  // Past a divergence (+∞) TOMS 748 cannot interpolate: bisect until the upper end is finite.
-  for (int i = 0; i < 200 && std::isinf(fhi); ++i) {
-    const double mid = 0.5 * (lo + hi);
-    const double fm = f(mid);
-    if (fm < 0.0) {
-      lo = mid;
-      flo = fm;
-    } else {
-      hi = mid;
-      fhi = fm;
-    }
-  }
+  BisectPastInfinity(f, lo, hi, flo, fhi);
   if (fhi == 0.0) return {hi, EModelStatus::kOk};
-  std::uintmax_t maxIter = 200;
-  try {
-    const auto r = boost::math::tools::toms748_solve(
-        f, lo, hi, flo, fhi,
-        boost::math::tools::eps_tolerance<double>(std::numeric_limits<double>::digits - 2),
-        maxIter);
-    return {0.5 * (r.first + r.second), EModelStatus::kOk};
-  } catch (...) {
-    return {kNaN, EModelStatus::kNoConvergence};
-  }
+  const double root = Toms748(f, lo, hi, flo, fhi);
+  return {root, std::isnan(root) ? EModelStatus::kNoConvergence : EModelStatus::kOk};
 }
 
 SModelValue InvertIncreasingInLog(std::function<double(double)> const& value, double target,
@@ -164,17 +180,7 @@ SModelValue InvertIncreasingInLog(std::function<double(double)> const& value, do
     }
   }
   if (std::isnan(flo) || std::isnan(fhi)) return {kNaN, EModelStatus::kNoConvergence};
-  for (int i = 0; i < 200 && std::isinf(fhi); ++i) {
-    const double mid = 0.5 * (lo + hi);
-    const double fm = f(mid);
-    if (fm < 0.0) {
-      lo = mid;
-      flo = fm;
-    } else {
-      hi = mid;
-      fhi = fm;
-    }
-  }
+  BisectPastInfinity(f, lo, hi, flo, fhi);
   if (fhi == 0.0) return {std::exp(hi), EModelStatus::kOk};
   if (slope && std::isfinite(fhi)) {
     // Newton in s = ln P, kept inside the bracket (a step that leaves it bisects instead).
@@ -197,16 +203,8 @@ SModelValue InvertIncreasingInLog(std::function<double(double)> const& value, do
     flo = f(lo);
     fhi = f(hi);
   }
-  std::uintmax_t maxIter = 200;
-  try {
-    const auto r = boost::math::tools::toms748_solve(
-        f, lo, hi, flo, fhi,
-        boost::math::tools::eps_tolerance<double>(std::numeric_limits<double>::digits - 2),
-        maxIter);
-    return {std::exp(0.5 * (r.first + r.second)), EModelStatus::kOk};
-  } catch (...) {
-    return {kNaN, EModelStatus::kNoConvergence};
-  }
+  const double root = Toms748(f, lo, hi, flo, fhi);
+  return {std::exp(root), std::isnan(root) ? EModelStatus::kNoConvergence : EModelStatus::kOk};
 }
 
 }  // namespace detail
