@@ -394,8 +394,11 @@ SIsothermFit FitIsotherm(EIsothermModel kind, std::vector<double> const& pressur
   };
   out.points = int(pts.p.size());
 
-  if (kind == EIsothermModel::kComposite || info.empty())
+  if (kind == EIsothermModel::kComposite)
     return finish(out.name + " has no starting guess; fit a sum of sites by its parts");
+  if (info.empty())
+    return finish(out.name + " has no parameters with this setup (sites = " +
+                  std::to_string(setup.sites) + ")");
   // At one temperature only n_2·exp(−E_a/RT) is seen, so E_a is held at its start.
   std::vector<bool> adjustable(info.size(), true);
   if (kind == EIsothermModel::kChemiPhysisorption) adjustable.back() = false;
