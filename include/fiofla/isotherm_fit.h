@@ -23,11 +23,11 @@ namespace fiofla {
 
 /// How an isotherm fit ended.
 enum class EFitStatus {
-  kOk,             ///< converged; parameters and errors may be used
-  kIterationLimit, ///< best start stopped at the iteration bound; parameters usable, doubtful
-  kTooFewPoints,   ///< fewer usable points than parameters + 1
-  kDegenerate,     ///< data carry no information for this model (all loadings equal, …)
-  kFailed,         ///< no start converged to finite parameters
+  kOk,              ///< converged; parameters and errors may be used
+  kIterationLimit,  ///< best start stopped at the iteration bound; parameters usable, doubtful
+  kTooFewPoints,    ///< fewer usable points than parameters + 1
+  kDegenerate,      ///< data carry no information for this model (all loadings equal, …)
+  kFailed,          ///< no start converged to finite parameters
 };
 
 /// Text of a fit status ("ok", "iteration limit", …).
@@ -46,19 +46,19 @@ struct SIsothermFitOptions {
 /// One fitted model.
 struct SIsothermFit {
   EIsothermModel kind = EIsothermModel::kLangmuir;
-  std::string name;                       ///< canonical model name
+  std::string name;  ///< canonical model name
   EFitStatus status = EFitStatus::kFailed;
-  std::string message;                    ///< in words: why not ok, or notes on an ok fit
+  std::string message;                         ///< in words: why not ok, or notes on an ok fit
   std::shared_ptr<const IsothermModel> model;  ///< the fitted model; null unless usable
   std::vector<std::string> parameterNames;
-  std::vector<double> parameters;         ///< fitted values, in the units of ParameterInfo
-  std::vector<double> standardErrors;     ///< same order; NaN where not estimable
-  int points = 0;                         ///< points used
-  double rss = 0.0;                       ///< residual sum of squares (in the residual's unit)
-  double rmsError = 0.0;                  ///< RMS of the loading residuals [loading units]
-  double aicc = 0.0;                      ///< corrected Akaike criterion (+∞ when not computable)
-  int iterations = 0;                     ///< Levenberg-Marquardt iterations over all starts
-  ELMStop stop = ELMStop::kNotRun;        ///< how the winning start stopped
+  std::vector<double> parameters;      ///< fitted values, in the units of ParameterInfo
+  std::vector<double> standardErrors;  ///< same order; NaN where not estimable
+  int points = 0;                      ///< points used
+  double rss = 0.0;                    ///< residual sum of squares (in the residual's unit)
+  double rmsError = 0.0;               ///< RMS of the loading residuals [loading units]
+  double aicc = 0.0;                   ///< corrected Akaike criterion (+∞ when not computable)
+  int iterations = 0;                  ///< Levenberg-Marquardt iterations over all starts
+  ELMStop stop = ELMStop::kNotRun;     ///< how the winning start stopped
   bool Usable() const { return status == EFitStatus::kOk || status == EFitStatus::kIterationLimit; }
 };
 
