@@ -19,13 +19,15 @@ struct FitOptions {
 };
 
 void AddFitTables(Result& r, const std::vector<SIsothermFit>& fits, const FitInput& in) {
-  Table& text = r.AddTable("", "Fits ranked by AICc",
+  // One row per model; the parameters go last, where their length shifts no other column.
+  const bool anyUsable = !fits.empty() && fits.front().Usable();
+  Table& text = r.AddTable("", anyUsable ? "Fits ranked by AICc" : "",
                            {{"", "rank", 5, {}},
-                            {"", "model", 22, {}},
-                            {"", "parameter = value +/- standard error", 44, {}},
+                            {"", "model", 21, {}},
                             {"", "RMS error", 11, Sig(4)},
                             {"", "AICc", 10, Dec(2)},
-                            {"", "status", 10, {}}});
+                            {"", "status", 17, {}},
+                            {"", "parameters (value +/- standard error)", 0, {}}});
   Table& json = r.AddTable("fits", "",
                            {{"rank", "", 0, {}},
                             {"model", "", 0, {}},
@@ -54,19 +56,17 @@ void AddFitTables(Result& r, const std::vector<SIsothermFit>& fits, const FitInp
       continue;
     }
     const auto& info = f.model->ParameterInfo();
+    std::string cells;
     for (std::size_t i = 0; i < f.parameters.size(); ++i) {
       const std::string unit =
           i < info.size() ? FitParameterUnit(info[i].unit, in.pressureUnit, in.loadingUnit) : "";
       const double error = i < f.standardErrors.size() ? f.standardErrors[i] : NAN;
       params.Row({f.name, f.parameterNames[i], f.parameters[i], error, unit});
-      const std::string cell = f.parameterNames[i] + " = " + Num(f.parameters[i], 6) + " +/- " +
-                               Num(error, 2) + (unit.empty() ? "" : " " + unit);
-      if (i == 0)
-        text.Row({rank, f.name, cell, f.rmsError, f.aicc, std::string(ToString(f.status))});
-      else
-        text.Row({Value(), Value(), cell});
+      cells += (cells.empty() ? "" : ", ") + f.parameterNames[i] + " = " + Num(f.parameters[i], 6) +
+               " +/- " + Num(error, 2) + (unit.empty() ? "" : " " + unit);
     }
-    if (!f.message.empty()) text.Row({Value(), Value(), "(" + f.message + ")"});
+    if (!f.message.empty()) cells += " (" + f.message + ")";
+    text.Row({rank, f.name, f.rmsError, f.aicc, std::string(ToString(f.status)), cells});
   }
   if (!unusable.empty()) r.Text("").List("", "Fits that cannot be used:", unusable);
 }
@@ -94,7 +94,10 @@ void AddCurve(Result& r, const SIsothermFit& f, const FitInput& in) {
 
 int Fit(const FitOptions& o, Streams& io) {
   if (o.file.empty()) throw UsageError{"no isotherm FILE given"};
-  const IsothermData iso = LoadIsotherm(o.file, o.input, io.err);
+  // Models without Ps fit isotherms of gases above their critical point, which have no Po.
+  IsothermReadOptions input = o.input;
+  input.requirePo = false;
+  const IsothermData iso = LoadIsotherm(o.file, input, io.err);
   const FitInput in = PrepareFitInput(iso, o.file, o.fit);
   const auto choices = ChooseModels(o.fit.models, in, "--models");
   const std::vector<SIsothermFit> fits = RunFits(choices, in);

@@ -90,6 +90,11 @@ std::vector<std::string> SplitModelNames(const std::string& option, const std::s
     name.erase(0, name.find_first_not_of(" \t"));
     name.erase(name.find_last_not_of(" \t") + 1);
     if (name.empty()) throw UsageError{option + " '" + text + "' has an empty model name"};
+    // Unknown names are refused before any file is read.
+    const auto parsed = ParseIsothermModelName(name);
+    if (name != "all" && name != "default" &&
+        (!parsed || parsed->kind == EIsothermModel::kComposite))
+      throw UsageError{option + " '" + name + "' is not a model; known: " + KnownNames()};
     names.push_back(name);
     if (comma == std::string::npos) return names;
     start = comma + 1;
