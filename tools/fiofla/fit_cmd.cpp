@@ -136,7 +136,7 @@ void AddFitCommand(CLI::App& app, Commands& commands) {
       "with the reason. Pressures are in the file's pressure unit (kPa when it gives P/Po\n"
       "with a Po, P/Po itself when no absolute pressure is known) and loadings in the\n"
       "file's loading unit unless --pressure-unit and --loading-unit ask for others.\n"
-      "Models given as BET, GAB and Dubinin take Ps as the file's Po; the Dubinin and\n"
+      "BET, GAB and the Dubinin models take Ps as the file's Po; the Dubinin and\n"
       "chemi-physisorption models take the file's temperature.\n",
       "exit codes: 0 ok, 1 unreadable or malformed file, 2 bad arguments, 3 no usable fit\n");
   AddFileOperand(cmd, o->file);

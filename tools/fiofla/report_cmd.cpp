@@ -395,8 +395,8 @@ void AddReportCommand(CLI::App& app, Commands& commands) {
   cmd->add_option_function<std::string>(
          "--fit", [opt](const std::string& v) { opt->fitModels = SplitModelNames("--fit", v); },
          std::string(
-             "add a model-fit page per isotherm: the models as fiofla fit --models\n"
-             "takes them (names separated by commas, 'all' or 'default'), fitted to the\n"
+             "add a model-fit page per isotherm: the models named as for fiofla fit\n"
+             "(names separated by commas, 'all' or 'default'), fitted to the\n"
              "adsorption branch and ranked by AICc, with the best three curves on a linear\n"
              "and a logarithmic pressure axis"))
       ->type_name("MODELS");
