@@ -191,6 +191,16 @@ TEST(ToolFit, RefusalsAndDegenerateDataInWords) {
   EXPECT_EQ(r.code, 2);
   EXPECT_NE(r.err.find("--loading-unit 'furlongs'"), std::string::npos) << r.err;
 
+  // A file of P/Po takes a pressure unit only with a Po, whose value becomes Ps.
+  const std::string example = fiofla::test::ShippedData("examples/n2_77k_silica.csv");
+  r = RunTool({"fit", example, "--model", "gab", "--pressure-unit", "kPa"});
+  EXPECT_EQ(r.code, 1);
+  EXPECT_NE(r.err.find("give --p0"), std::string::npos) << r.err;
+  r = RunTool(
+      {"fit", example, "--model", "gab", "--pressure-unit", "kPa", "--p0", "760 torr", "--json"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_REL_CLOSE(Json(r)["saturation_pressure"].GetDouble(), 101.325, 1e-9);
+
   // A model needing Po on a file without one is refused naming what is missing.
   r = RunTool({"fit", fx / "flat.csv", "--models", "bet"});
   EXPECT_EQ(r.code, 2);

@@ -133,9 +133,9 @@ void AddFitCommand(CLI::App& app, Commands& commands) {
       "prints one table ranked by the corrected Akaike criterion AICc (lowest first): each\n"
       "model's parameters with their standard errors in the units of the fit, the RMS\n"
       "error in loading units, AICc and the status; fits that cannot be used come last\n"
-      "with the reason. Pressures are in the file's pressure unit (kPa when it gives P/Po\n"
-      "with a Po, P/Po itself when no absolute pressure is known) and loadings in the\n"
-      "file's loading unit unless --pressure-unit and --loading-unit ask for others.\n"
+      "with the reason. Pressures are in the file's pressure unit (P/Po for a file of\n"
+      "relative pressures) and loadings in the file's loading unit unless\n"
+      "--pressure-unit and --loading-unit ask for others.\n"
       "BET, GAB and the Dubinin models take Ps as the file's Po; the Dubinin and\n"
       "chemi-physisorption models take the file's temperature.\n",
       "exit codes: 0 ok, 1 unreadable or malformed file, 2 bad arguments, 3 no usable fit\n");

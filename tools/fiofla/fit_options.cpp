@@ -105,13 +105,17 @@ FitInput PrepareFitInput(const IsothermData& iso, const std::string& file, const
   FitInput in;
   in.branch = s.desorption ? "desorption" : "adsorption";
   const Branch wanted = s.desorption ? Branch::kDesorption : Branch::kAdsorption;
-  const bool absolute = iso.pressureMmHg.size() == iso.size();
+  const std::size_t n = iso.size();
+  // A file of P/Po is fitted in P/Po unless a pressure unit is asked for and Po is known
+  // (the reader then derives the pressures).
+  const bool known = iso.pressureMmHg.size() == n;
+  const bool absolute = known && (!iso.info.pressureUnit.empty() || !s.pressureUnit.empty());
+  const bool withPo = iso.poMmHg.size() == n;
   if (!s.pressureUnit.empty() && !absolute)
     throw InputError(file + ": gives relative pressures only and no Po; --pressure-unit " +
                      s.pressureUnit + " needs absolute pressures (give --p0)");
 
-  // Pressures: the asked unit, the file's own, kPa for a file that gave only P/Po with a Po,
-  // and P/Po itself when no absolute pressure is known.
+  // Pressures: the asked unit, else the file's own, else (P/Po with Po asked in a unit) kPa.
   const CUnits pressureUnits = PressureUnits();
   std::string pressureText = s.pressureUnit;
   if (pressureText.empty() && absolute)
@@ -142,7 +146,7 @@ FitInput PrepareFitInput(const IsothermData& iso, const std::string& file, const
         absolute ? pressureUnits.FromInternal(iso.pressureMmHg[i], static_cast<std::size_t>(pIndex))
                  : iso.relativePressure[i]);
     in.loadings.push_back(iso.quantityAdsorbedCm3PerGStp[i] / *factor);
-    if (absolute && i < iso.poMmHg.size() && iso.poMmHg[i] > 0.0)
+    if (absolute && withPo && iso.poMmHg[i] > 0.0)
       po.push_back(pressureUnits.FromInternal(iso.poMmHg[i], static_cast<std::size_t>(pIndex)));
   }
   if (in.pressures.empty())

@@ -2,7 +2,7 @@
 // `fiofla report`: which points and units are fitted, which models, with which constants.
 //
 // Units: pressures in the file's own pressure unit unless another is asked for, or in P/Po
-// when the file gives relative pressures only; loadings in the file's own loading unit unless
+// when the file gives relative pressures only (another unit then needs its Po); loadings in the file's own loading unit unless
 // another is asked for. Ps (BET, GAB, Dubinin) is the file's Po in the pressure unit (1 for
 // P/Po); the temperature (Dubinin, chemi-physisorption) is the file's.
 #pragma once
@@ -19,7 +19,7 @@ namespace fiofla::cli {
 struct FitSettings {
   /// Model names or aliases, "all" or "default"; empty is "default".
   std::vector<std::string> models;
-  /// Pressure unit of the fit; empty for the file's (P/Po when it has none).
+  /// Pressure unit of the fit; empty for the file's (P/Po for a file of relative pressures).
   std::string pressureUnit;
   /// Loading unit of the fit; empty for the file's.
   std::string loadingUnit;
