@@ -20,9 +20,11 @@
 // RMS error and AICc in one unit for every family, which the ranking needs.
 //
 // Starts: the heuristic guess, then copies with affinities (log-scaled parameters other than
-// capacities) ×10, ×0.1, capacities ×2 with exponents pulled 40 % of the way towards 1
-// (bounded shape parameters), capacities ×0.5 with affinities ×100, and further starts
-// alternating affinities ×10^±k. The best converged start (least cost) wins.
+// capacities) ×10, ×0.1, capacities ×2 with exponents (bounded dimensionless parameters)
+// pulled 40 % of the way towards 1 (to 0.6 when they are 1 already), capacities ×0.5 with
+// affinities ×100, and further starts alternating affinities ×10^±k. Dimensionless
+// log-scaled parameters (BET's C, Wilson's Λs) move by the square root of the affinity
+// factor, up and down in turn. The best converged start (least cost) wins.
 #include "fiofla/isotherm_fit.h"
 
 #include <algorithm>
@@ -182,6 +184,7 @@ struct SRun {
   double cost = kInfinity;    // Σ w r² there
   std::vector<double> seU;    // standard errors of the u, one per parameter
   int iterations = 0;
+  int evaluations = 0;
 };
 
 class CFitter {
@@ -215,6 +218,7 @@ class CFitter {
     SRun run = m_best;
     run.stop = fit.Summary().stop;
     run.iterations = fit.Summary().iterations;
+    run.evaluations = fit.Summary().evaluations;
     run.converged = fit.IsValid();
     if (run.converged) {
       for (std::size_t j = 0; j < k; ++j) run.theta[j] = ThetaOf(j, params[j].value);
@@ -239,7 +243,8 @@ class CFitter {
     return 0.1;
   }
 
-  // q(P) and ∂q/∂u; the model is rebuilt once per sweep over the points. Also tracks the
+  // q(P) and ∂q/∂u; the model is rebuilt once per sweep over the points (the solver calls
+  // the model for every point in order, so a sweep starts at every n-th call). Also tracks the
   // best sweep, because the solver hands back the start when it stops at its bound.
   double Eval(double x, std::vector<SCurveFitParam>& ps) {
     const std::size_t n = m_data.size();
@@ -425,6 +430,7 @@ SIsothermFit FitIsotherm(EIsothermModel kind, std::vector<double> const& pressur
     const std::vector<double> start = s == 0 ? guess : ScaledStart(guess, info, s);
     SRun run = fitter.Run(start);
     out.iterations += run.iterations;
+    out.evaluations += run.evaluations;
     const bool better = run.converged ? (!haveConverged || run.cost < best.cost)
                                       : (!haveConverged && run.cost < best.cost);
     if (better) {
@@ -446,16 +452,21 @@ SIsothermFit FitIsotherm(EIsothermModel kind, std::vector<double> const& pressur
     notes.insert(notes.begin(), "no start converged within " +
                                     std::to_string(options.lm.maxEvaluations) +
                                     " evaluations; the parameters are the best seen");
-  if (!adjustable.back())
-    notes.push_back(info.back().name + " held at " + std::to_string(best.theta.back()) + " " +
-                    info.back().unit + ": at one temperature only " + info[3].name +
-                    "·exp(−E_a/RT) is identifiable");
+  if (!adjustable.back()) {
+    std::ostringstream held;
+    held << info.back().name << " held at " << best.theta.back() << " " << info.back().unit
+         << ": at one temperature only " << info[3].name << "·exp(−E_a/RT) is identifiable";
+    notes.push_back(held.str());
+  }
   // Delta method: σθ = |dθ/du|·σu (θ·σu for the log-scaled ones).
   for (std::size_t j = 0; j < info.size(); ++j) {
     if (!adjustable[j])
       out.standardErrors[j] = 0.0;
     else if (best.seU.size() == info.size())
       out.standardErrors[j] = std::fabs(fitter.Map(j).Slope(best.theta[j])) * best.seU[j];
+    // A parameter run off to an extreme (an affinity of 1e200 on data that do not bend)
+    // has no estimable error: NaN rather than ∞.
+    if (!std::isfinite(out.standardErrors[j])) out.standardErrors[j] = kNaN;
   }
 
   const int n = out.points;

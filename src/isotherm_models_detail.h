@@ -48,9 +48,9 @@ SModelValue InvertIncreasingInLog(std::function<double(double)> const& value, do
 /// Li₂(z) = −π²/6 − ½ln²(−z) − Li₂(1/z) for x > 1); full double precision.
 double DilogOfNegative(double x);
 
-/// Toth site q = n y/(1+y^t)^(1/t), y = K P; its slope and its gradient (n, K, t).
+/// Toth site q = n y/(1+y^t)^(1/t), y = K P; its slope; its gradient (n, K, t), returning q.
 double TothLoading(double p, double n, double k, double t);
 double TothSlope(double p, double n, double k, double t);
-void TothGradient(double p, double n, double k, double t, double* g);
+double TothGradient(double p, double n, double k, double t, double* g);
 
 }  // namespace fiofla::detail

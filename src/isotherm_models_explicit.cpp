@@ -168,8 +168,7 @@ class Toth final : public Explicit {
   double SaturationLoading() const override { return P()[0]; }
   double PressureScale() const override { return 1.0 / P()[1]; }
   double LoadingGradient(double p, double* g) const override {
-    TothGradient(p, P()[0], P()[1], P()[2], g);
-    return Loading(p);
+    return TothGradient(p, P()[0], P()[1], P()[2], g);
   }
   bool HasAnalyticGradient() const override { return true; }
 };
@@ -522,13 +521,26 @@ double TothSlope(double p, double n, double k, double t) {
   return n * k * std::exp((-1.0 - 1.0 / t) * std::log1p(std::pow(k * p, t)));
 }
 
-void TothGradient(double p, double n, double k, double t, double* g) {
+double TothGradient(double p, double n, double k, double t, double* g) {
   const double y = k * p;
-  const double u = std::pow(y, t);
-  const double q = TothLoading(p, n, k, t);
+  const double ly = std::log(y);
+  if (!(p > 0.0) || !std::isfinite(ly)) {
+    const double u = std::pow(y, t);
+    const double q = TothLoading(p, n, k, t);
+    g[0] = q / n;
+    g[1] = p * n * std::exp((-1.0 - 1.0 / t) * std::log1p(u));
+    g[2] = y > 0.0 ? q * (std::log1p(u) / (t * t) - u * std::log(y) / (t * (1.0 + u))) : 0.0;
+    return q;
+  }
+  // Four transcendental calls rather than a dozen: the fits call this at every point of
+  // every sweep. dq/dK = p n (1 + u)^(−1 − 1/t) = q/(K(1 + u)) with u = y^t.
+  const double u = std::exp(t * ly);
+  const double l = std::log1p(u);
+  const double q = n * std::exp(ly - l / t);
   g[0] = q / n;
-  g[1] = p * n * std::exp((-1.0 - 1.0 / t) * std::log1p(u));
-  g[2] = y > 0.0 ? q * (std::log1p(u) / (t * t) - u * std::log(y) / (t * (1.0 + u))) : 0.0;
+  g[1] = q / (k * (1.0 + u));
+  g[2] = q * (l / (t * t) - u * ly / (t * (1.0 + u)));
+  return q;
 }
 
 std::shared_ptr<const IsothermModel> MakeExplicitModel(EIsothermModel kind,

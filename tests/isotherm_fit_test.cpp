@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <random>
+#include <thread>
 
 #include "test_util.h"
 
@@ -22,7 +23,7 @@ struct Case {
   SIsothermSetup setup;
 };
 
-SIsothermSetup Setup(double ps, double t = std::numeric_limits<double>::quiet_NaN(), int layers = 0,
+SIsothermSetup MakeSetup(double ps, double t = std::numeric_limits<double>::quiet_NaN(), int layers = 0,
                      int sites = 2, int virialTerms = 2) {
   SIsothermSetup s;
   s.saturationPressure = ps;
@@ -40,17 +41,17 @@ std::vector<Case> Cases() {
   return {
       {K::kHenry, {2.0}, 0.01, 100, {}},
       {K::kLangmuir, {3.0, 0.05}, 0.01, 1e4, {}},
-      {K::kMultiSiteLangmuir, {2.0, 0.5, 1.5, 0.01}, 0.01, 1e4, Setup(kNone, kNone, 0, 2)},
-      {K::kBET, {1.2, 80.0}, 0.5, 95, Setup(100)},
-      {K::kBETLayers, {1.0, 50.0}, 0.5, 99.5, Setup(100, kNone, 5)},
-      {K::kGAB, {1.0, 40.0, 0.8}, 0.5, 110, Setup(100)},
+      {K::kMultiSiteLangmuir, {2.0, 0.5, 1.5, 0.01}, 0.01, 1e4, MakeSetup(kNone, kNone, 0, 2)},
+      {K::kBET, {1.2, 80.0}, 0.5, 95, MakeSetup(100)},
+      {K::kBETLayers, {1.0, 50.0}, 0.5, 99.5, MakeSetup(100, kNone, 5)},
+      {K::kGAB, {1.0, 40.0, 0.8}, 0.5, 110, MakeSetup(100)},
       {K::kFreundlich, {0.8, 2.5}, 0.01, 1000, {}},
-      {K::kDubininRadushkevich, {5.0, 8000.0}, 1e-3, 99, Setup(100, 298.15)},
-      {K::kDubininAstakhov, {5.0, 7000.0, 1.6}, 1e-3, 99, Setup(100, 298.15)},
+      {K::kDubininRadushkevich, {5.0, 8000.0}, 1e-3, 99, MakeSetup(100, 298.15)},
+      {K::kDubininAstakhov, {5.0, 7000.0, 1.6}, 1e-3, 99, MakeSetup(100, 298.15)},
       {K::kQuadratic, {2.0, 0.05, 0.002}, 0.01, 1e4, {}},
       {K::kTemkinApprox, {3.0, 0.05, 0.8}, 0.01, 1e4, {}},
       {K::kToth, {3.0, 0.05, 0.6}, 0.01, 1e4, {}},
-      {K::kMultiSiteToth, {2.0, 0.2, 0.7, 1.5, 0.01, 0.9}, 0.01, 1e4, Setup(kNone, kNone, 0, 2)},
+      {K::kMultiSiteToth, {2.0, 0.2, 0.7, 1.5, 0.01, 0.9}, 0.01, 1e4, MakeSetup(kNone, kNone, 0, 2)},
       {K::kSips, {3.0, 0.05, 0.7}, 0.01, 1e4, {}},
       {K::kLangmuirFreundlich, {3.0, 0.1, 0.7}, 0.01, 1e4, {}},
       {K::kRedlichPeterson, {0.3, 0.08, 0.85}, 0.01, 1e4, {}},
@@ -59,7 +60,7 @@ std::vector<Case> Cases() {
       {K::kOBrienMyers, {3.0, 0.05, 0.6}, 0.01, 1e4, {}},
       {K::kAntiLangmuir, {1.0, 0.001}, 0.01, 900, {}},
       // E_a is held at its start (0) by the fit, so the data are made with E_a = 0.
-      {K::kChemiPhysisorption, {2.0, 0.05, 0.6, 1.0, 2.0, 0.0}, 0.01, 1e4, Setup(kNone, 300)},
+      {K::kChemiPhysisorption, {2.0, 0.05, 0.6, 1.0, 2.0, 0.0}, 0.01, 1e4, MakeSetup(kNone, 300)},
       {K::kFloryHugginsVST, {3.0, 0.05, 1.5}, 0.01, 1e4, {}},
       {K::kWilsonVST, {3.0, 0.05, 2.5, 0.4}, 0.01, 1e4, {}},
       {K::kWilsonVST, {3.0, 0.05, 1.5, 0.6}, 0.01, 1e4, {}},
@@ -247,6 +248,60 @@ TEST(IsothermFit, StandardErrorsAreFiniteAndMatchTheScatter) {
     EXPECT_GT(fit.rmsError, 0.0);
     EXPECT_TRUE(std::isfinite(fit.aicc));
   }
+}
+
+TEST(IsothermFit, WildDataNeverGivesAUsableFitWithNonFiniteParameters) {
+  // Random curves, some with gaps, negative loadings and NaN: every family answers with a
+  // status, and a usable fit has finite parameters, errors that are finite or NaN, and a model.
+  std::mt19937 rng(99);
+  std::uniform_real_distribution<double> unit(0.0, 1.0);
+  SIsothermSetup setup = MakeSetup(100, 298.15, 4);
+  for (int set = 0; set < 6; ++set) {
+    std::vector<double> ps, qs;
+    const int n = 3 + set * 3;
+    for (int i = 0; i < n; ++i) {
+      ps.push_back(std::pow(10.0, 4.0 * unit(rng) - 2.0));
+      qs.push_back(set == 5 && i == 1 ? std::nan("") : 5.0 * unit(rng) - (set == 4 ? 1.0 : 0.0));
+    }
+    for (auto const& name : IsothermModelNames()) {
+      const K kind = ParseIsothermModelName(name)->kind;
+      SIsothermFit fit;
+      ASSERT_NO_THROW(fit = FitIsotherm(kind, ps, qs, setup)) << name;
+      if (!fit.Usable()) {
+        EXPECT_FALSE(fit.message.empty()) << name;
+        continue;
+      }
+      ASSERT_TRUE(fit.model) << name;
+      for (double v : fit.parameters) EXPECT_TRUE(std::isfinite(v)) << name << ": " << fit.message;
+      for (double e : fit.standardErrors) EXPECT_FALSE(std::isinf(e)) << name;
+      EXPECT_TRUE(std::isfinite(fit.rmsError)) << name;
+    }
+  }
+}
+
+TEST(IsothermFit, ResultsAreTheSameOnEveryRunAndThread) {
+  const Case c = Cases()[12];  // dual-site Toth: six parameters, five starts
+  ASSERT_EQ(c.kind, K::kMultiSiteToth);
+  const std::vector<double> ps = LogSpaced(c.pMin, c.pMax, 30);
+  std::vector<double> qs = LoadingsOf(c, ps);
+  std::mt19937 rng(5);
+  std::normal_distribution<double> noise(0.0, 0.02);
+  for (double& q : qs) q *= 1.0 + noise(rng);
+  const std::vector<K> kinds{K::kLangmuir, K::kToth, K::kMultiSiteToth, K::kSips};
+  auto run = [&] {
+    std::vector<double> out;
+    for (auto const& f : FitBest(kinds, ps, qs, c.setup)) {
+      out.insert(out.end(), f.parameters.begin(), f.parameters.end());
+      out.push_back(f.aicc);
+    }
+    return out;
+  };
+  const std::vector<double> serial = run();
+  std::vector<std::vector<double>> results(3);
+  std::vector<std::thread> threads;
+  for (auto& r : results) threads.emplace_back([&] { r = run(); });
+  for (auto& t : threads) t.join();
+  for (auto const& r : results) EXPECT_EQ(r, serial);
 }
 
 }  // namespace

@@ -6,6 +6,13 @@
 // best converged start wins. Residuals are in loading, or in ln P for models given as P(q).
 // Models are ranked by the corrected Akaike criterion, AICc = n ln(RSS/n) + 2k +
 // 2k(k + 1)/(n − k − 1) (Hurvich and Tsai 1989), lower is better.
+// Points with a zero, negative or non-finite pressure, a negative or non-finite loading, or
+// a weight of 0 are left out (the message counts them); weights are scaled to mean 1, so
+// scaling all of them changes nothing. Chemi-physisorption's E_a is held at its start: at
+// one temperature only n_2·exp(−E_a/RT) is identifiable.
+// Cost: one Levenberg-Marquardt run per start, each some 10–30 sweeps of the model over the
+// points: a Toth fit on 50 points takes about 60 µs a start, an implicit (vacancy-solution)
+// model milliseconds, as each q(P) is a root (BENCHMARKS.md).
 // Guarantees: a fit never throws for bad data (no points, a single point, all loadings equal,
 // points at zero pressure); it returns a status and a message in words instead, and never
 // NaN parameters with an ok status. Results are the same on every run (no random starts).
@@ -58,6 +65,7 @@ struct SIsothermFit {
   double rmsError = 0.0;               ///< RMS of the loading residuals [loading units]
   double aicc = 0.0;                   ///< corrected Akaike criterion (+∞ when not computable)
   int iterations = 0;                  ///< Levenberg-Marquardt iterations over all starts
+  int evaluations = 0;                 ///< sweeps of the model over all points, over all starts
   ELMStop stop = ELMStop::kNotRun;     ///< how the winning start stopped
   bool Usable() const { return status == EFitStatus::kOk || status == EFitStatus::kIterationLimit; }
 };
