@@ -2,9 +2,10 @@
 // `fiofla report`: which points and units are fitted, which models, with which constants.
 //
 // Units: pressures in the file's own pressure unit unless another is asked for, or in P/Po
-// when the file gives relative pressures only (another unit then needs its Po); loadings in the file's own loading unit unless
-// another is asked for. Ps (BET, GAB, Dubinin) is the file's Po in the pressure unit (1 for
-// P/Po); the temperature (Dubinin, chemi-physisorption) is the file's.
+// when the file gives relative pressures only (another unit then needs its Po); loadings in
+// the file's own loading unit unless another is asked for. Ps (BET, GAB, Dubinin) is the
+// file's Po in the pressure unit (1 for P/Po); the temperature (Dubinin,
+// chemi-physisorption) is the file's.
 #pragma once
 
 #include <string>
