@@ -24,6 +24,8 @@ struct FitSettings {
   std::string pressureUnit;
   /// Loading unit of the fit; empty for the file's.
   std::string loadingUnit;
+  /// Molar mass of the adsorptive [g/mol] for mass loadings when it has no gas table; 0: none.
+  double molarMassGPerMol = 0.0;
   /// Branch fitted.
   bool desorption = false;
 };

@@ -219,6 +219,7 @@ void AddFitPage(const IsothermData& iso, const ReportOptions& opt, const std::st
   FitSettings settings;
   settings.models = opt.fitModels;
   settings.loadingUnit = opt.units;
+  settings.molarMassGPerMol = opt.molarMassGPerMol;
   const FitInput in = PrepareFitInput(iso, file, settings);
   const std::vector<SIsothermFit> fits = RunFits(ChooseModels(opt.fitModels, in, "--fit"), in);
   std::string what =
