@@ -58,6 +58,7 @@
 #include "fiofla/isotherm_models.h"
 #include "fiofla/report_bet.h"
 #include "fiofla/report_dft.h"
+#include "fiofla/report_fit.h"
 #include "fiofla/report_pores.h"
 
 // DFT kernels: the catalogue, and the density-functional engine that makes them.

@@ -59,5 +59,6 @@ void AddConvertCommand(CLI::App& app, Commands& commands);
 void AddGasCommand(CLI::App& app, Commands& commands);
 void AddKernelCommand(CLI::App& app, Commands& commands);
 void AddDftCommand(CLI::App& app, Commands& commands);
+void AddFitCommand(CLI::App& app, Commands& commands);
 
 }  // namespace fiofla::cli

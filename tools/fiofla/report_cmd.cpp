@@ -14,7 +14,9 @@
 #include "fiofla/report/report_text.h"
 #include "fiofla/report_bet.h"
 #include "fiofla/report_dft.h"
+#include "fiofla/report_fit.h"
 #include "fiofla/report_pores.h"
+#include "fit_options.h"
 #include "pore_options.h"
 
 namespace fiofla::cli {
@@ -30,6 +32,8 @@ struct ReportOptions {
   IsothermReadOptions input;
   PoreSettings pore;
   DftSettings dft;
+  /// Models of the model-fit page; empty for no page.
+  std::vector<std::string> fitModels;
   std::string units;
   double molarMassGPerMol = 0.0;
 };
@@ -208,6 +212,26 @@ std::string ThicknessCurveTitle(const std::string& name) {
   return name;
 }
 
+// The model-fit page: the adsorption branch in the file's pressure unit and in the loading
+// unit of --units (the file's without it).
+void AddFitPage(const IsothermData& iso, const ReportOptions& opt, const std::string& file,
+                std::vector<std::unique_ptr<CReportPageData>>& pages) {
+  FitSettings settings;
+  settings.models = opt.fitModels;
+  settings.loadingUnit = opt.units;
+  settings.molarMassGPerMol = opt.molarMassGPerMol;
+  const FitInput in = PrepareFitInput(iso, file, settings);
+  const std::vector<SIsothermFit> fits = RunFits(ChooseModels(opt.fitModels, in, "--fit"), in);
+  std::string what =
+      in.branch + " branch, pressures in " + in.pressureUnit + ", loadings in " + in.loadingUnit;
+  if (std::isfinite(in.setup.saturationPressure))
+    what += ", Ps " + Num(in.setup.saturationPressure) + " " + in.pressureUnit;
+  if (std::isfinite(in.setup.temperatureK)) what += ", " + Num(in.setup.temperatureK) + " K";
+  pages.push_back(std::make_unique<CReportPageData>(CStr("Model fit report: ") + file));
+  AddFitSection(fits, SFitPoints{in.pressures, in.loadings, in.pressureUnit, in.loadingUnit},
+                CStr(what), pages.back().get(), nullptr);
+}
+
 // The t-plot and BJH pages of one isotherm, with the user's settings, when they have results.
 void AddPorePages(const IsothermData& iso, const BetRun& run, const ReportOptions& opt,
                   const std::string& file, std::vector<std::unique_ptr<CReportPageData>>& pages) {
@@ -238,6 +262,7 @@ void AddPorePages(const IsothermData& iso, const BetRun& run, const ReportOption
       AddDftSection(*dft.calc, CStr(dft.description), pages.back().get(), nullptr);
     }
   }
+  if (!opt.fitModels.empty()) AddFitPage(iso, opt, file, pages);
 }
 
 std::vector<std::unique_ptr<CReportPageData>> BuildPages(const ReportOptions& opt,
@@ -332,8 +357,9 @@ void AddReportCommand(CLI::App& app, Commands& commands) {
       "Makes the report of each isotherm FILE: the BET summary table with its validation\n"
       "rows, the points in range, the BET surface area plot and the BET isotherm plot,\n"
       "then a t-plot page and a BJH page with their tables and plots, computed with the\n"
-      "t-plot and BJH options below. With several files every isotherm gets its own pages\n"
-      "and a last page overlays their BET plots.\n",
+      "t-plot and BJH options below; with --kernel a DFT page, with --fit a page of isotherm\n"
+      "models fitted to the adsorption branch. With several files every isotherm gets its\n"
+      "own pages and a last page overlays their BET plots.\n",
       "exit codes: 0 ok, 1 unreadable or malformed file or unwritable OUT, 2 bad arguments,\n"
       "            3 report written, but an isotherm gave no BET result\n");
   cmd->add_option("FILE", opt->files,
@@ -367,6 +393,14 @@ void AddReportCommand(CLI::App& app, Commands& commands) {
   AddTPlotOptions(cmd, opt->pore, false);
   AddBjhOptions(cmd, opt->pore);
   AddDftOptions(cmd, opt->dft, false);
+  cmd->add_option_function<std::string>(
+         "--fit", [opt](const std::string& v) { opt->fitModels = SplitModelNames("--fit", v); },
+         std::string(
+             "add a model-fit page per isotherm: the models named as for fiofla fit\n"
+             "(names separated by commas, 'all' or 'default'), fitted to the\n"
+             "adsorption branch and ranked by AICc, with the best three curves on a linear\n"
+             "and a logarithmic pressure axis"))
+      ->type_name("MODELS");
   cmd->add_option_function<std::string>(
          "--units",
          [opt](const std::string& v) {
