@@ -345,6 +345,8 @@ const char* ToString(EFitStatus status) {
       return "ok";
     case EFitStatus::kIterationLimit:
       return "iteration limit";
+    case EFitStatus::kUndetermined:
+      return "undetermined";
     case EFitStatus::kTooFewPoints:
       return "too few points";
     case EFitStatus::kDegenerate:
@@ -470,6 +472,17 @@ SIsothermFit FitIsotherm(EIsothermModel kind, std::vector<double> const& pressur
     // A parameter run off to an extreme (an affinity of 1e200 on data that do not bend)
     // has no estimable error: NaN rather than ∞.
     if (!std::isfinite(out.standardErrors[j])) out.standardErrors[j] = kNaN;
+  }
+  if (out.status == EFitStatus::kOk) {
+    std::string loose;
+    for (std::size_t j = 0; j < info.size(); ++j)
+      if (adjustable[j] && std::isnan(out.standardErrors[j]))
+        loose += (loose.empty() ? "" : ", ") + info[j].name;
+    if (!loose.empty()) {
+      out.status = EFitStatus::kUndetermined;
+      notes.insert(notes.begin(),
+                   "the data do not determine " + loose + ": the fit ran to a limit of the model");
+    }
   }
 
   const int n = out.points;

@@ -189,6 +189,21 @@ TEST(IsothermFit, BadDataGivesAStatusAndAMessageNeverAThrowOrNaN) {
   EXPECT_EQ(std::string(ToString(fit.status)), "iteration limit");
 }
 
+// Data on a straight line: Langmuir runs off to its Henry limit, which the data cannot
+// tell apart from any larger capacity. The curve is kept; the parameters are flagged.
+TEST(IsothermFit, ParametersRunToAModelLimitAreFlaggedUndetermined) {
+  const std::vector<double> ps = LogSpaced(0.01, 10.0, 20);
+  std::vector<double> qs;
+  for (double p : ps) qs.push_back(0.3 * p);
+  const SIsothermFit langmuir = FitIsotherm(K::kLangmuir, ps, qs);
+  EXPECT_EQ(langmuir.status, EFitStatus::kUndetermined) << langmuir.message;
+  EXPECT_TRUE(langmuir.Usable());
+  EXPECT_NE(langmuir.message.find("n_m"), std::string::npos) << langmuir.message;
+  ASSERT_TRUE(langmuir.model);
+  EXPECT_NEAR(langmuir.model->Loading(5.0), 1.5, 1e-6);
+  EXPECT_EQ(FitIsotherm(K::kHenry, ps, qs).status, EFitStatus::kOk);
+}
+
 TEST(IsothermFit, FitBestRanksTheGeneratingModelFirst) {
   const Case toth = Cases()[11];
   const std::vector<double> ps = LogSpaced(0.01, 1e4, 30);

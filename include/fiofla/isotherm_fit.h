@@ -32,9 +32,13 @@ namespace fiofla {
 enum class EFitStatus {
   kOk,              ///< converged; parameters and errors may be used
   kIterationLimit,  ///< best start stopped at the iteration bound; parameters usable, doubtful
-  kTooFewPoints,    ///< fewer usable points than parameters + 1
-  kDegenerate,      ///< data carry no information for this model (all loadings equal, …)
-  kFailed,          ///< no start converged to finite parameters
+  /// Converged, but the data do not determine every parameter: one ran to a limit of the
+  /// model (a capacity of 1e18 with an affinity of 1e-16 is Henry's law) and has no
+  /// standard error. The curve may be used; the parameters named in the message may not.
+  kUndetermined,
+  kTooFewPoints,  ///< fewer usable points than parameters + 1
+  kDegenerate,    ///< data carry no information for this model (all loadings equal, …)
+  kFailed,        ///< no start converged to finite parameters
 };
 
 /// Text of a fit status ("ok", "iteration limit", …).
@@ -78,7 +82,10 @@ struct SIsothermFit {
   int iterations = 0;                  ///< Levenberg-Marquardt iterations over all starts
   int evaluations = 0;                 ///< sweeps of the model over all points, over all starts
   ELMStop stop = ELMStop::kNotRun;     ///< how the winning start stopped
-  bool Usable() const { return status == EFitStatus::kOk || status == EFitStatus::kIterationLimit; }
+  bool Usable() const {
+    return status == EFitStatus::kOk || status == EFitStatus::kIterationLimit ||
+           status == EFitStatus::kUndetermined;
+  }
 };
 
 /// Fits one model to the points (pressure, loading), pressures in the caller's unit and
