@@ -116,8 +116,7 @@ TEST(ToolFit, FitsAreRankedByAiccWithUnusableOnesLast) {
   for (rapidjson::SizeType k = 0; k < fits.Size(); ++k) {
     EXPECT_EQ(fits[k]["rank"].GetInt(), static_cast<int>(k) + 1);
     const std::string status = fits[k]["status"].GetString();
-    const bool usable =
-        status == "ok" || status == "iteration limit" || status == "undetermined";
+    const bool usable = status == "ok" || status == "iteration limit" || status == "undetermined";
     if (!usable) {
       seenUnusable = true;
       EXPECT_TRUE(fits[k]["aicc"].IsNull());

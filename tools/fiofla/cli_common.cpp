@@ -68,6 +68,29 @@ void AddFileOperand(CLI::App* cmd, std::string& file) {
                   "CSV, or a fiofla measurement file (reduced first)");
 }
 
+void AddUnitOptions(CLI::App* cmd, std::string& pressure, std::string& loading,
+                    const std::string& pressureHelp, const std::string& loadingHelp) {
+  cmd->add_option_function<std::string>(
+         "--pressure-unit",
+         [&pressure](const std::string& v) {
+           if (FindPressureUnit(v) < 0)
+             throw UsageError{"--pressure-unit '" + v + "' is not a pressure unit"};
+           pressure = v;
+         },
+         pressureHelp)
+      ->type_name("U");
+  cmd->add_option_function<std::string>(
+         "--loading-unit",
+         [&loading](const std::string& v) {
+           if (!ParseLoadingUnit(v))
+             throw UsageError{"--loading-unit '" + v + "' is not a loading unit; " +
+                              LoadingUnitHint()};
+           loading = v;
+         },
+         loadingHelp)
+      ->type_name("U");
+}
+
 std::pair<double, double> ParseRange(const std::string& option, const std::string& v, double most) {
   const auto colon = v.find(':');
   const auto lo = colon == std::string::npos ? std::nullopt : ToDouble(v.substr(0, colon));

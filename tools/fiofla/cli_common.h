@@ -63,6 +63,10 @@ void AddInputOptions(CLI::App* cmd, IsothermReadOptions& options,
                      std::function<bool(const std::string&)> otherFormat = {});
 /// Declares the isotherm FILE operand of `cmd`.
 void AddFileOperand(CLI::App* cmd, std::string& file);
+/// Declares --pressure-unit and --loading-unit on `cmd`, each checked as it is given and
+/// stored in `pressure` and `loading` (which must outlive the command line).
+void AddUnitOptions(CLI::App* cmd, std::string& pressure, std::string& loading,
+                    const std::string& pressureHelp, const std::string& loadingHelp);
 /// LO:HI as two numbers with 0 <= LO < HI (and HI <= `most`); throws UsageError naming
 /// `option`.
 std::pair<double, double> ParseRange(const std::string& option, const std::string& text,

@@ -87,26 +87,10 @@ void AddConvertCommand(CLI::App& app, Commands& commands) {
          },
          "csv, aif or pygaps (JSON), whatever the extension")
       ->type_name("F");
-  cmd->add_option_function<std::string>(
-         "--pressure-unit",
-         [o](const std::string& v) {
-           if (FindPressureUnit(v) < 0)
-             throw UsageError{"--pressure-unit '" + v + "' is not a pressure unit"};
-           o->write.pressureUnit = v;
-         },
-         "Pa, kPa, MPa, bar, mbar, atm, torr, mmHg or psi")
-      ->type_name("U");
-  cmd->add_option_function<std::string>(
-         "--loading-unit",
-         [o](const std::string& v) {
-           if (!ParseLoadingUnit(v))
-             throw UsageError{"--loading-unit '" + v + "' is not a loading unit; " +
-                              LoadingUnitHint()};
-           o->write.loadingUnit = v;
-         },
-         "cm3/g STP, mmol/g, mol/kg, mg/g, cm3 liq/g or any amount per mass (mass and\n"
-         "liquid volume need an adsorptive with a gas table)")
-      ->type_name("U");
+  AddUnitOptions(cmd, o->write.pressureUnit, o->write.loadingUnit,
+                 "Pa, kPa, MPa, bar, mbar, atm, torr, mmHg or psi",
+                 "cm3/g STP, mmol/g, mol/kg, mg/g, cm3 liq/g or any amount per mass (mass and\n"
+                 "liquid volume need an adsorptive with a gas table)");
   AddInputOptions(cmd, o->input);
   commands.Add(cmd, [o](Streams& io) { return Convert(*o, io); });
 }

@@ -155,26 +155,10 @@ void AddFitCommand(CLI::App& app, Commands& commands) {
                 "print the first-ranked model's fitted loading, residual and spreading pressure\n"
                 "pi (loading units) at every measured point")
       ->type_name("");
-  cmd->add_option_function<std::string>(
-         "--pressure-unit",
-         [o](const std::string& v) {
-           if (FindPressureUnit(v) < 0)
-             throw UsageError{"--pressure-unit '" + v + "' is not a pressure unit"};
-           o->fit.pressureUnit = v;
-         },
-         "fit in Pa, kPa, MPa, bar, mbar, atm, torr, mmHg or psi (default: the file's)")
-      ->type_name("U");
-  cmd->add_option_function<std::string>(
-         "--loading-unit",
-         [o](const std::string& v) {
-           if (!ParseLoadingUnit(v))
-             throw UsageError{"--loading-unit '" + v + "' is not a loading unit; " +
-                              LoadingUnitHint()};
-           o->fit.loadingUnit = v;
-         },
-         "fit in cm3/g STP, mmol/g, mol/kg, mg/g, cm3 liq/g or any amount per mass\n"
-         "(default: the file's)")
-      ->type_name("U");
+  AddUnitOptions(cmd, o->fit.pressureUnit, o->fit.loadingUnit,
+                 "fit in Pa, kPa, MPa, bar, mbar, atm, torr, mmHg or psi (default: the file's)",
+                 "fit in cm3/g STP, mmol/g, mol/kg, mg/g, cm3 liq/g or any amount per mass\n"
+                 "(default: the file's)");
   cmd->add_option_function<std::string>(
          "--branch",
          [o](const std::string& v) {
