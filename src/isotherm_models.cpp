@@ -446,17 +446,6 @@ std::string Fold(std::string_view text) {
   return out;
 }
 
-bool NeedsSaturationPressure(EIsothermModel k) {
-  return k == EIsothermModel::kBET || k == EIsothermModel::kBETLayers ||
-         k == EIsothermModel::kGAB || k == EIsothermModel::kDubininRadushkevich ||
-         k == EIsothermModel::kDubininAstakhov;
-}
-
-bool NeedsTemperature(EIsothermModel k) {
-  return k == EIsothermModel::kDubininRadushkevich || k == EIsothermModel::kDubininAstakhov ||
-         k == EIsothermModel::kChemiPhysisorption;
-}
-
 }  // namespace
 
 const char* IsothermModelName(EIsothermModel kind) {
@@ -481,6 +470,17 @@ std::vector<std::string> IsothermModelNames() {
   return names;
 }
 
+bool IsothermNeedsSaturationPressure(EIsothermModel k) {
+  return k == EIsothermModel::kBET || k == EIsothermModel::kBETLayers ||
+         k == EIsothermModel::kGAB || k == EIsothermModel::kDubininRadushkevich ||
+         k == EIsothermModel::kDubininAstakhov;
+}
+
+bool IsothermNeedsTemperature(EIsothermModel k) {
+  return k == EIsothermModel::kDubininRadushkevich || k == EIsothermModel::kDubininAstakhov ||
+         k == EIsothermModel::kChemiPhysisorption;
+}
+
 SModelMake MakeIsothermModel(EIsothermModel kind, std::vector<double> params,
                              SIsothermSetup const& setup) {
   SModelMake out;
@@ -491,13 +491,14 @@ SModelMake MakeIsothermModel(EIsothermModel kind, std::vector<double> params,
   };
   if (kind == EIsothermModel::kComposite)
     return fail("a composite model is made from its parts (MakeCompositeModel)");
-  if (NeedsSaturationPressure(kind) &&
+  if (IsothermNeedsSaturationPressure(kind) &&
       !(setup.saturationPressure > 0.0 && std::isfinite(setup.saturationPressure))) {
     std::ostringstream s;
     s << "saturationPressure is " << setup.saturationPressure << "; expected a finite pressure > 0";
     return fail(s.str());
   }
-  if (NeedsTemperature(kind) && !(setup.temperatureK > 0.0 && std::isfinite(setup.temperatureK))) {
+  if (IsothermNeedsTemperature(kind) &&
+      !(setup.temperatureK > 0.0 && std::isfinite(setup.temperatureK))) {
     std::ostringstream s;
     s << "temperatureK is " << setup.temperatureK << "; expected a finite temperature > 0 K";
     return fail(s.str());

@@ -244,6 +244,12 @@ const char* IsothermModelName(EIsothermModel kind);
 std::optional<SModelName> ParseIsothermModelName(std::string_view text);
 /// Canonical names of all families, in enumeration order.
 std::vector<std::string> IsothermModelNames();
+/// True for the families that need SIsothermSetup::saturationPressure (BET, BET-n, GAB, DR,
+/// DA).
+bool IsothermNeedsSaturationPressure(EIsothermModel kind);
+/// True for the families that need SIsothermSetup::temperatureK (DR, DA,
+/// chemi-physisorption).
+bool IsothermNeedsTemperature(EIsothermModel kind);
 
 /// Parameter names, units, bounds and scales of a family made with the given setup.
 std::vector<SParameterInfo> IsothermParameterInfo(EIsothermModel kind,

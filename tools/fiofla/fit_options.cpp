@@ -11,17 +11,6 @@
 namespace fiofla::cli {
 namespace {
 
-bool NeedsSaturationPressure(EIsothermModel k) {
-  return k == EIsothermModel::kBET || k == EIsothermModel::kBETLayers ||
-         k == EIsothermModel::kGAB || k == EIsothermModel::kDubininRadushkevich ||
-         k == EIsothermModel::kDubininAstakhov;
-}
-
-bool NeedsTemperature(EIsothermModel k) {
-  return k == EIsothermModel::kDubininRadushkevich || k == EIsothermModel::kDubininAstakhov ||
-         k == EIsothermModel::kChemiPhysisorption;
-}
-
 std::string KnownNames() {
   std::string names;
   for (const std::string& n : IsothermModelNames())
@@ -194,7 +183,8 @@ std::vector<ModelChoice> ChooseModels(const std::vector<std::string>& names, con
       for (const std::string& n : IsothermModelNames()) {
         const EIsothermModel kind = ParseIsothermModelName(n)->kind;
         if (kind == EIsothermModel::kComposite || kind == EIsothermModel::kBETLayers) continue;
-        if ((NeedsSaturationPressure(kind) && !hasPs) || (NeedsTemperature(kind) && !hasT))
+        if ((IsothermNeedsSaturationPressure(kind) && !hasPs) ||
+            (IsothermNeedsTemperature(kind) && !hasT))
           continue;
         add(kind, 0);
       }
@@ -207,11 +197,11 @@ std::vector<ModelChoice> ChooseModels(const std::vector<std::string>& names, con
     if (parsed->kind == EIsothermModel::kBETLayers)
       throw UsageError{option + " '" + name + "': " + canonical +
                        " needs a layer count, which the tool does not take; use bet or gab"};
-    if (NeedsSaturationPressure(parsed->kind) && !hasPs)
+    if (IsothermNeedsSaturationPressure(parsed->kind) && !hasPs)
       throw UsageError{option + " '" + name + "': " + canonical +
                        " needs the saturation pressure Po, which the file does not give (give "
                        "--p0)"};
-    if (NeedsTemperature(parsed->kind) && !hasT)
+    if (IsothermNeedsTemperature(parsed->kind) && !hasT)
       throw UsageError{option + " '" + name + "': " + canonical +
                        " needs the temperature, which the file does not give"};
     add(parsed->kind, parsed->sites);
