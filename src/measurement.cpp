@@ -290,12 +290,12 @@ ReducedIsotherm ReduceMeasurement(const Measurement& m, CGasCompressibilityCache
   return r;
 }
 
-double IsothermModel::Evaluate(double x) const {
+double SimulationModel::Evaluate(double x) const {
   if (kind == Kind::kLangmuir) return qm * k * x / (1.0 + k * x);
   return qm * BetLayers(x, c, layers);
 }
 
-std::string IsothermModel::Describe() const {
+std::string SimulationModel::Describe() const {
   if (kind == Kind::kLangmuir)
     return "Langmuir, K = " + Show(k) + ", Qm = " + Show(qm) + " cm3/g STP";
   const std::string which = layers > 0.0 ? Show(layers) + "-layer BET" : "BET";
@@ -318,7 +318,7 @@ Measurement SimulateMeasurement(const SimulationPlan& plan, const CGasCompressib
   for (double x : targets)
     if (!(x > 0.0 && x < 1.0))
       fail("relative pressures must lie between 0 and 1 (got " + Show(x) + ")");
-  if (plan.model.kind == IsothermModel::Kind::kBet && plan.model.layers <= 0.0 &&
+  if (plan.model.kind == SimulationModel::Kind::kBet && plan.model.layers <= 0.0 &&
       targets.end() !=
           std::find_if(targets.begin(), targets.end(), [](double x) { return x >= 0.999; }))
     fail("the unrestricted BET equation has no finite value that close to saturation");

@@ -9,6 +9,8 @@
 #include <thread>
 
 #include "test_util.h"
+// The umbrella header too: every public name of the library must stand beside every other.
+#include "fiofla/fiofla.h"
 
 namespace fiofla {
 namespace {

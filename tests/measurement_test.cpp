@@ -67,7 +67,7 @@ TEST(VirtualAnalyser, ReductionReturnsTheModelInEveryGasLawForm) {
   plan.gasLaw.form = fiofla::GasLawForm::kFactor;
   plan.gasLaw.nonIdealityPerMmHg = 6.6e-5;
   ExpectModelRecovered(plan);  // factor form
-  plan.model.kind = fiofla::IsothermModel::Kind::kLangmuir;
+  plan.model.kind = fiofla::SimulationModel::Kind::kLangmuir;
   ExpectModelRecovered(plan);
 }
 

@@ -74,7 +74,7 @@ ReducedIsotherm ReduceMeasurement(
     CGasCompressibilityCache& cache = CGasCompressibilityCache::ms_cCache);
 
 /// A model isotherm: quantity adsorbed (cm3/g STP) as a function of P/Po.
-struct IsothermModel {
+struct SimulationModel {
   /// Which model.
   enum class Kind {
     kBet,  ///< n-layer BET: Qm C x [1 - (n+1) x^n + n x^(n+1)] / ((1-x)(1 + (C-1) x - C x^(n+1)))
@@ -109,7 +109,7 @@ struct SimulationPlan {
   /// Po, mmHg; 0 takes the gas table's saturation (or sublimation) pressure at the bath.
   double poMmHg = 0.0;
   /// The isotherm to play back.
-  IsothermModel model;
+  SimulationModel model;
   /// Relative pressures dosed to on adsorption, then on desorption, in order.
   std::vector<double> adsorptionTargets, desorptionTargets;
   /// Time between points, s.

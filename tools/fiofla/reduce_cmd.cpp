@@ -58,14 +58,14 @@ double Positive(const std::string& option, const std::string& text) {
   return Numbers(option, text, 1, 1)[0];
 }
 
-IsothermModel ParseModel(const std::string& text) {
-  IsothermModel model;
+SimulationModel ParseModel(const std::string& text) {
+  SimulationModel model;
   const std::size_t colon = text.find(':');
   const std::string kind = text.substr(0, colon);
   if (kind == "bet") {
-    model.kind = IsothermModel::Kind::kBet;
+    model.kind = SimulationModel::Kind::kBet;
   } else if (kind == "langmuir") {
-    model.kind = IsothermModel::Kind::kLangmuir;
+    model.kind = SimulationModel::Kind::kLangmuir;
   } else {
     throw UsageError{"--model '" + text + "': the model is bet or langmuir"};
   }
@@ -78,7 +78,7 @@ IsothermModel ParseModel(const std::string& text) {
     const std::string name = item.substr(0, eq);
     const auto value = eq == std::string::npos ? std::nullopt : ToDouble(item.substr(eq + 1));
     if (!value) throw UsageError{"--model '" + text + "': '" + item + "' is not NAME=NUMBER"};
-    const bool bet = model.kind == IsothermModel::Kind::kBet;
+    const bool bet = model.kind == SimulationModel::Kind::kBet;
     if (name == "qm" && *value > 0.0)
       model.qm = *value;
     else if (bet && name == "c" && *value > 0.0)
