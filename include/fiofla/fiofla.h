@@ -54,6 +54,7 @@
 #include "fiofla/datagasadsorption.h"
 #include "fiofla/gas_isotherm_model.h"
 #include "fiofla/gasdft.h"
+#include "fiofla/gashoa.h"
 #include "fiofla/isotherm_fit.h"
 #include "fiofla/isotherm_models.h"
 #include "fiofla/report_bet.h"
