@@ -9,6 +9,7 @@
 #include "fiofla/num/nnls.h"
 #include "fiofla/num/numvector.h"
 #include "fiofla/num/polynomial.h"
+#include "fiofla/num/svd.h"
 #include "fiofla/str/cstr.h"
 #include "fiofla/str/timeinterval.h"
 
