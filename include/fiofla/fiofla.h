@@ -54,6 +54,7 @@
 #include "fiofla/calc_bet.h"
 #include "fiofla/datagasadsorption.h"
 #include "fiofla/gas_isotherm_model.h"
+#include "fiofla/gas_virial.h"
 #include "fiofla/gasdft.h"
 #include "fiofla/gashoa.h"
 #include "fiofla/isotherm_fit.h"
