@@ -98,7 +98,7 @@ class CVirialExpansion : public CModel {
   std::vector<double> const& GetB() const { return m_b; }
   /// Model temperature, K.
   double GetModelTemperature() const { return m_modelT; }
-  /// ln P of the model at quantity N and temperature T.
+  /// ln P of the model at quantity N and temperature T; 0 when not fitted or N, T <= 0.
   double GetLnPressure(double quantityAds, double temperatureK) const;
   /// Reduced spreading pressure at quantity N and temperature T (units of quantity).
   double GetSpreadingPressureAtQuantity(double quantityAds, double temperatureK) const;
