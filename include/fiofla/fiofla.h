@@ -53,6 +53,7 @@
 #include "fiofla/calc_bet.h"
 #include "fiofla/datagasadsorption.h"
 #include "fiofla/gas_isotherm_model.h"
+#include "fiofla/gasiast.h"
 #include "fiofla/gasdft.h"
 #include "fiofla/isotherm_fit.h"
 #include "fiofla/isotherm_models.h"
