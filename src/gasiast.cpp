@@ -80,10 +80,10 @@ double SIastPoint::Selectivity(std::size_t i, std::size_t j) const {
 }  // namespace fiofla
 
 using fiofla::EIastRange;
+using fiofla::EIastStatus;
 using fiofla::kInf;
 using fiofla::kMaxLogStep;
 using fiofla::kNaN;
-using fiofla::EIastStatus;
 using fiofla::SIastPoint;
 
 struct CIASTCalculation::Impl {
