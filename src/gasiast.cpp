@@ -219,8 +219,17 @@ SIastPoint CIASTCalculation::Solve(std::vector<double> const& fractionsIn, doubl
   // Newton on u_i = ln P_i° and π. Rows: q_i du_i − dπ = −r_i with r_i = π_i(u_i) − π;
   // last row: Σ a_i du_i = −h, a_i = −x_i (forward, h = Σx − 1) or +y_i (reverse).
   std::vector<double> u(m), q(m), pis(m), other(m);
+  // Cold start: selectivities from the pure loadings at P, x_i ∝ y_i q_i(P) (exact in the
+  // Henry region), i.e. P_i° = P q̄/q_i(P) with q̄ = Σ y_j q_j(P) (reverse: P_i° = P/(q_i(P)
+  // Σ x_j/q_j(P))). It saves about a third of the iterations against P_i° = P.
+  double mean = 0.0;
   for (std::size_t k = 0; k < m; ++k) {
-    u[k] = lnP;
+    q[k] = pure[act[k]].Loading(pressure);
+    mean += reverse ? known[act[k]] / q[k] : known[act[k]] * q[k];
+  }
+  for (std::size_t k = 0; k < m; ++k) {
+    const double guess = reverse ? lnP - std::log(q[k] * mean) : lnP + std::log(mean / q[k]);
+    u[k] = std::isfinite(guess) ? guess : lnP;
     if (start && start->Ok() && start->purePressures.size() == n &&
         std::isfinite(start->purePressures[act[k]]) && start->purePressures[act[k]] > 0.0) {
       u[k] = std::log(start->purePressures[act[k]] * (pressure / start->pressure));
@@ -231,6 +240,7 @@ SIastPoint CIASTCalculation::Solve(std::vector<double> const& fractionsIn, doubl
 
   const double tol = m_options.tolerance;
   bool converged = false;
+  double previous = 0.0;  // size of the last full Newton step
   int it = 0;
   for (; it < m_options.maxNewtonIterations && std::isfinite(pi) && pi > 0.0; ++it) {
     double h = -1.0, den = 0.0, num = 0.0;
@@ -262,10 +272,21 @@ SIastPoint CIASTCalculation::Solve(std::vector<double> const& fractionsIn, doubl
     if (pi + step <= 0.0) shrink = 0.5 * pi / std::fabs(step);
     for (std::size_t k = 0; k < m; ++k) u[k] += shrink * lambda * (dpi - (pis[k] - pi)) / q[k];
     pi += shrink * step;
-    if (lambda == 1.0 && shrink == 1.0 && biggest <= tol && std::fabs(dpi) <= tol * pi) {
-      converged = true;
-      ++it;
-      break;
+    // Converged when this step, or the next one as quadratic convergence predicts it
+    // (C = s_k/s_{k−1}², next ≈ C s_k²), is below the tolerance: the prediction saves the
+    // last evaluation of every π, and is trusted only once the steps do contract
+    // quadratically.
+    const double size = std::max(biggest, std::fabs(dpi) / pi);
+    if (lambda == 1.0 && shrink == 1.0) {
+      const double c = previous > 0.0 ? size / (previous * previous) : kInf;
+      if (size <= tol || (size <= 1e-4 && c <= 100.0 && c * size * size <= tol)) {
+        converged = true;
+        ++it;
+        break;
+      }
+      previous = size;
+    } else {
+      previous = 0.0;
     }
   }
 
