@@ -23,6 +23,20 @@
 // origin to the first point, constant beyond the last, as is usual; π in closed form per
 // segment and its inverse solved to rounding inside the segment).
 //
+// References: A. L. Myers and J. M. Prausnitz, AIChE J. 11 (1965) 121; J. A. O'Brien and
+// A. L. Myers, Ind. Eng. Chem. Res. 27 (1988) 2085.
+// Cost: from a cold start (x_i ∝ y_i q_i(P)) about 6 Newton iterations, at most 9, for gas
+// fractions from 1e-6 to 1 − 1e-6 over six decades of pressure; each iteration costs N
+// spreading pressures and N loadings. A binary point of fitted Langmuir models takes 0.6 µs,
+// with a Toth model (π by quadrature) 21 µs, ten Langmuir components 1.7 µs (BENCHMARKS.md).
+// The bisection fallback costs some 60 × N inverses P(π).
+// Guarantees: for valid input a point either converges (the last Newton step, or the next as
+// quadratic contraction predicts it, below 1e-13 in every ln P_i° and relative in π;
+// fractions then normalised) or says in words why not; the bisection cannot miss the root
+// when every component's P(π) is finite and continuous on the bracket. Equal-capacity
+// Langmuir components reproduce the extended Langmuir isotherm to 1e-12
+// (tests/gasiast_test.cpp).
+//
 // Design decisions:
 //   - CIASTCalculation is a prepared mixture, not a single answer: the constructor checks and
 //     copies the components once; Mixture(), GasFractions() and the sweeps are const and may
@@ -38,20 +52,8 @@
 //     selectivity runs to 0 or ∞: an artefact of the model's low-pressure form, not of the
 //     mixture, which the caller should know of rather than be refused.
 //   - Sweeps start each point from the previous solution (P_i° scaled by the pressure ratio
-//     in a pressure sweep), which saves some 45 % of the Newton iterations of a 100-point sweep.
-//
-// References: A. L. Myers and J. M. Prausnitz, AIChE J. 11 (1965) 121; J. A. O'Brien and
-// A. L. Myers, Ind. Eng. Chem. Res. 27 (1988) 2085.
-// Cost: from a cold start (every P_i° = P) about 10 Newton iterations, at most 15, for gas
-// fractions from 1e-6 to 1 − 1e-6 over six decades of pressure; each iteration costs N
-// spreading pressures and N loadings. A binary point of fitted Langmuir models takes 0.8 µs,
-// with a Toth model (π by quadrature) 26 µs, ten Langmuir components 2.1 µs (BENCHMARKS.md).
-// The bisection fallback costs some 60 × N inverses P(π).
-// Guarantees: for valid input a point either converges (last Newton step below 1e-13 in every
-// ln P_i° and relative in π; fractions then normalised) or says in words why not; the
-// bisection cannot miss the root when every component's P(π) is finite and continuous on the
-// bracket. Equal-capacity Langmuir components reproduce the extended Langmuir isotherm to
-// 1e-12 (tests/gasiast_test.cpp).
+//     in a pressure sweep), which saves about a third of the Newton iterations of a 100-point
+//     sweep.
 #pragma once
 
 #include <cstddef>
