@@ -27,8 +27,10 @@ struct Pure {
   double Loading(double p) const { return model ? model->Loading(p) : points.Loading(p); }
   double Pi(double p) const {
     if (!model) return points.SpreadingPressure(p);
+    // +∞ where the loading has diverged (BET above Ps): the bisection's bracket grows past it.
     const SModelValue v = model->SpreadingPressure(p);
-    return v.Ok() ? v.value : kNaN;
+    if (v.Ok()) return v.value;
+    return v.status == EModelStatus::kDiverges ? kInf : kNaN;
   }
   // P(π); +∞ for a π the isotherm never reaches, so that the bisection's F stays monotone.
   double PressureAt(double pi) const {
@@ -319,6 +321,11 @@ SIastPoint CIASTCalculation::Solve(std::vector<double> const& fractionsIn, doubl
       }
       return reverse ? s - 1.0 : 1.0 - s;
     };
+    if (!std::isfinite(lo)) {
+      pt.status = EIastStatus::kNoSolution;
+      pt.message = "every component's loading has diverged at the total pressure";
+      return pt;
+    }
     if (!std::isfinite(hi)) {
       hi = std::max(2.0 * lo, 1e-300);
       for (int g = 0; g < 2000 && !(excess(hi) >= 0.0); ++g) hi *= 2.0;

@@ -101,6 +101,7 @@ TEST(IastRobustness, ConvergesOverFractionsAndSixDecadesOfPressure) {
       const double p = std::pow(10.0, lp);
       const auto pt = calc.Mixture({y1, 1.0 - y1}, p);
       ASSERT_TRUE(pt.Ok()) << "y1 " << y1 << " P " << p << ": " << pt.message;
+      EXPECT_FALSE(pt.bisection) << "Newton alone should solve y1 " << y1 << " P " << p;
       EXPECT_NEAR(pt.adsorbedFractions[0] + pt.adsorbedFractions[1], 1.0, 1e-14);
       // The solution satisfies the equations it claims: equal π and y_i P = x_i P_i°.
       for (int i = 0; i < 2; ++i) {
@@ -261,6 +262,27 @@ TEST(IastFallback, BisectionSolvesWhatNewtonCannot) {
   const auto rev = calc.GasFractions(pt.adsorbedFractions, 4.0);
   ASSERT_TRUE(rev.Ok());
   EXPECT_REL_CLOSE(rev.gasFractions[0], 0.25, 1e-13);
+}
+
+TEST(IastFallback, ComponentPastItsDivergenceIsSolvedByBisection) {
+  // BET diverges at Ps = 100, so its π at the total pressure 150 is infinite and Newton's
+  // start fails; its partial pressure 75 is below Ps, and the mixture has a solution.
+  fiofla::SIsothermSetup s;
+  s.saturationPressure = 100.0;
+  auto bet = fiofla::MakeIsothermModel(EIsothermModel::kBET, {2.0, 50.0}, s).model;
+  auto n2 = Langmuir(2.0, 0.01);
+  CIASTCalculation calc({Model("water", bet), Model("N2", n2)});
+  const auto pt = calc.Mixture({0.5, 0.5}, 150.0);
+  ASSERT_TRUE(pt.Ok()) << pt.message;
+  EXPECT_TRUE(pt.bisection);
+  EXPECT_LT(pt.purePressures[0], 100.0);
+  EXPECT_REL_CLOSE(bet->SpreadingPressure(pt.purePressures[0]).value, pt.spreadingPressure, 1e-12);
+  EXPECT_REL_CLOSE(n2->SpreadingPressure(pt.purePressures[1]).value, pt.spreadingPressure, 1e-12);
+  // Only diverged components: no state of equal π, said in words.
+  CIASTCalculation alone({Model("water", bet)});
+  const auto none = alone.Mixture({1.0}, 150.0);
+  EXPECT_EQ(none.status, fiofla::EIastStatus::kNoSolution);
+  EXPECT_NE(none.message.find("diverged"), std::string::npos);
 }
 
 }  // namespace
