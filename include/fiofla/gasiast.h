@@ -14,7 +14,8 @@
 // model's π not finite at a trial pressure, no convergence in the iteration bound), the
 // solver falls back to bisection on π alone: F(π) = Σ y_i P/P_i°(π) (reverse
 // Σ x_i P_i°(π)/P) is monotone in π and brackets its root between min_i π_i(P) and
-// max_i π_i(P), so the bisection cannot miss it.
+// max_i π_i(P), so the bisection cannot miss it. A component whose loading has diverged at
+// P (BET above Ps) has π_i(P) = ∞; the upper end then doubles until F changes side.
 // Components with a zero fraction take no part in the equations: they are carried with
 // x_i = 0 (reverse: y_i = 0), a zero loading and P_i° NaN, and never divided by.
 //
