@@ -748,7 +748,8 @@ TEST(ToolHelp, TheReadmeCommandListAndTheHelpAgree) {
   // Commands of subcommands: the options of all of them against the command's lines.
   const std::map<std::string, std::vector<std::string>> groups = {
       {"gas", {"list", "show", "z", "psat", "tsat", "convert", "build"}},
-      {"kernel", {"list", "show", "convert", "build"}}};
+      {"kernel", {"list", "show", "convert", "build"}},
+      {"heat", {"isosteric", "dynamic"}}};
   for (const auto& [group, subs] : groups) {
     std::set<std::string> help;
     for (const std::string& sub : subs) {

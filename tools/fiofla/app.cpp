@@ -129,6 +129,7 @@ int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
   AddKernelCommand(app, commands);
   AddDftCommand(app, commands);
   AddFitCommand(app, commands);
+  AddHeatCommand(app, commands);
   CLI::App* help = app.add_subcommand("help", "this text; 'fiofla COMMAND --help' for a command");
   CLI::App* version = app.add_subcommand("version", "the version of fiofla");
   app.add_flag("--version", "the version of fiofla");

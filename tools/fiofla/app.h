@@ -60,5 +60,6 @@ void AddGasCommand(CLI::App& app, Commands& commands);
 void AddKernelCommand(CLI::App& app, Commands& commands);
 void AddDftCommand(CLI::App& app, Commands& commands);
 void AddFitCommand(CLI::App& app, Commands& commands);
+void AddHeatCommand(CLI::App& app, Commands& commands);
 
 }  // namespace fiofla::cli

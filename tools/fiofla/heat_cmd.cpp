@@ -1,0 +1,215 @@
+// `fiofla heat`: the isosteric heat of adsorption from isotherms at several temperatures, and
+// the heat of desorption from temperature-programmed peaks at several ramp rates.
+#include <algorithm>
+#include <cmath>
+
+#include "cli.h"
+#include "cli_common.h"
+#include "fiofla/gashoa.h"
+#include "fiofla/io/ramp_runs_file.h"
+#include "fit_options.h"
+#include "result.h"
+
+namespace fiofla::cli {
+namespace {
+
+struct IsostericOptions {
+  std::vector<std::string> files;
+  IsothermReadOptions input;
+  bool loadingsGiven = false;
+  double low = 0.0, high = 0.0;
+  int count = 10;
+  bool json = false;
+};
+
+struct DynamicOptions {
+  std::string file;
+  bool json = false;
+};
+
+// The adsorption branch of one file, pressures in kPa and loadings in the file's unit.
+struct Branch1 {
+  std::string file;
+  double temperatureK;
+  FitInput points;
+};
+
+int Isosteric(const IsostericOptions& o, Streams& io) {
+  if (o.files.size() < 2) throw UsageError{"two or more isotherm FILEs are needed"};
+  IsothermReadOptions input = o.input;
+  input.requirePo = false;  // gases above their critical point have no Po
+  std::vector<Branch1> isotherms;
+  for (const std::string& file : o.files) {
+    const IsothermData iso = LoadIsotherm(file, input, io.err);
+    if (!(iso.info.temperatureK > 0.0))
+      throw InputError(file + ": gives no temperature (add '# temperature: 298.15 K')");
+    if (iso.pressureMmHg.size() != iso.size())
+      throw InputError(file +
+                       ": gives relative pressures only and no Po; the isosteric heat "
+                       "needs absolute pressures (give --p0)");
+    FitSettings s;
+    s.pressureUnit = "kPa";
+    isotherms.push_back({file, iso.info.temperatureK, PrepareFitInput(iso, file, s)});
+    const Branch1& b = isotherms.back();
+    if (b.points.loadingUnit != isotherms.front().points.loadingUnit)
+      throw InputError(file + ": loadings in " + b.points.loadingUnit + ", but " +
+                       isotherms.front().file + " has them in " +
+                       isotherms.front().points.loadingUnit + "; convert one first");
+  }
+  const std::string unit = isotherms.front().points.loadingUnit;
+
+  double low = o.low, high = o.high;
+  if (!o.loadingsGiven) {
+    low = -HUGE_VAL;
+    high = HUGE_VAL;
+    for (const Branch1& b : isotherms) {
+      const auto [mn, mx] = std::minmax_element(b.points.loadings.begin(), b.points.loadings.end());
+      low = std::max(low, *mn);
+      high = std::min(high, *mx);
+    }
+    if (!(low < high)) {
+      io.err << "fiofla heat isosteric: the isotherms share no range of loadings; give "
+                "--loadings\n";
+      return kExitNoResult;
+    }
+  }
+
+  Result r("Isosteric heat of adsorption from " + std::to_string(isotherms.size()) + " isotherms");
+  r.Add("loading_unit", "Loading unit", unit);
+  Table& files = r.AddTable("isotherms", "",
+                            {{"file", "file", 40, {}},
+                             {"temperature_k", "T (K)", 10, Sig(6)},
+                             {"points", "points", 8, {}}});
+  for (const Branch1& b : isotherms)
+    files.Row({b.file, b.temperatureK, static_cast<long long>(b.points.loadings.size())});
+  r.Text("");
+  Table& t = r.AddTable("heats", "Isosteric heat",
+                        {{"loading", "loading (" + unit + ")", 20, Sig(6)},
+                         {"qst_kj_per_mol", "Qst (kJ/mol)", 14, Sig(5)},
+                         {"qst_error_kj_per_mol", "+/-", 10, Sig(3)},
+                         {"isotherms_used", "isotherms", 10, {}},
+                         {"note", "note", 0, {}}});
+  int ok = 0;
+  for (int k = 0; k < o.count; ++k) {
+    const double q = o.count == 1 ? low : low + (high - low) * k / (o.count - 1);
+    CIsostereCalc::CInput in(q);
+    for (const Branch1& b : isotherms) {
+      CNumVector<double> p(b.points.pressures.size()), n(b.points.loadings.size());
+      for (std::size_t i = 0; i < p.size(); ++i) {
+        p[i] = b.points.pressures[i];
+        n[i] = b.points.loadings[i];
+      }
+      in.AddIsotherm(p, n, b.temperatureK);
+    }
+    const CIsostereCalc calc(in);
+    const long long used = static_cast<long long>(calc.GetData().size());
+    if (calc.IsOK()) {
+      ++ok;
+      t.Row({q, calc.HeatOfAdsorption(), calc.GetUncertainty(), used, std::string()});
+    } else {
+      t.Row({q, Value(), Value(), used, std::string("fewer than two isotherms reach it")});
+    }
+  }
+  r.Print(io.out, o.json);
+  if (ok == 0) {
+    io.err << "fiofla heat isosteric: no loading is reached by two isotherms\n";
+    return kExitNoResult;
+  }
+  return kExitOk;
+}
+
+int Dynamic(const DynamicOptions& o, Streams& io) {
+  if (o.file.empty()) throw UsageError{"no RUNS.csv given"};
+  const std::vector<RampRun> runs = ReadRampRunsCsv(o.file);
+  std::vector<CDynamicHeatCalc::STempRampRate> used;
+  std::vector<std::string> skipped;
+  for (const RampRun& run : runs) {
+    const std::string line = "line " + std::to_string(run.line) + ": ";
+    if (!(run.peakTemperatureK > 0.0))
+      skipped.push_back(line + "peak temperature " + Num(run.peakTemperatureK) +
+                        " K is not positive");
+    else if (!(run.rampRateKPerMin > 0.0))
+      skipped.push_back(line + "ramp rate " + Num(run.rampRateKPerMin) + " K/min is not positive");
+    else
+      used.push_back({run.peakTemperatureK, run.rampRateKPerMin});
+  }
+  const CDynamicHeatCalc calc(used);
+  Result r("Heat of desorption from " + o.file);
+  r.Add("file", "", o.file)
+      .Add("runs", "Runs used", static_cast<long long>(used.size()))
+      .Add("heat_of_desorption_kj_per_mol", "Heat of desorption", calc.GetHeatOfDesorption(),
+           "kJ/mol", Sig(6))
+      .Error("heat_error_kj_per_mol", calc.GetHeatError(), Sig(3))
+      .Add("slope_k", "Slope of ln(Tp^2/rate) vs 1/Tp", calc.GetFitSlope(), "K")
+      .Error("slope_error_k", calc.GetFitSlopeError(), Sig(3))
+      .Add("intercept", "Intercept (rate in K/min)", calc.GetFitYIntercept())
+      .Error("intercept_error", calc.GetFitYInterceptError(), Sig(3))
+      .Add("correlation", "Correlation", calc.GetFitCorrCoef(), "", Sig(8));
+  r.List("skipped", skipped.empty() ? "" : "Skipped:", skipped);
+  r.Print(io.out, o.json);
+  if (!calc.IsValid()) {
+    io.err << "fiofla heat dynamic: " << o.file << ": fewer than two usable runs\n";
+    return kExitNoResult;
+  }
+  return kExitOk;
+}
+
+}  // namespace
+
+void AddHeatCommand(CLI::App& app, Commands& commands) {
+  CLI::App* heat = AddCommand(
+      app, "heat", "heats of adsorption (isosteric) and desorption (dynamic)",
+      "Heats from families of measurements by straight-line fits: the isosteric heat of\n"
+      "adsorption from isotherms at several temperatures (Clausius-Clapeyron), and the heat\n"
+      "of desorption from temperature-programmed peaks at several ramp rates (Kissinger).\n",
+      "exit codes: 0 ok, 1 unreadable or malformed file, 2 bad arguments, 3 no result\n");
+  heat->require_subcommand(0, 1);
+  commands.Add(
+      heat, [](Streams&) -> int { throw UsageError{"no subcommand given (isosteric, dynamic)"}; });
+
+  auto iso = std::make_shared<IsostericOptions>();
+  CLI::App* cmd = AddCommand(
+      *heat, "isosteric", "isosteric heat of adsorption from isotherms at several temperatures",
+      "Reads two or more isotherms of one gas, each with its temperature, and at each\n"
+      "loading fits ln P against 1/T over the adsorption branches that reach it; Qst is\n"
+      "-R times the slope. Loadings are in the files' loading unit, which must be the same\n"
+      "in every file (fiofla convert rewrites a file in another unit). Each row says how many\n"
+      "isotherms reached the loading; with fewer than two it has no heat.\n",
+      "");
+  cmd->add_option("FILE", iso->files, "the isotherms, one per temperature")->expected(-1);
+  AddInputOptions(cmd, iso->input);
+  cmd->add_option_function<std::string>(
+         "--loadings",
+         [iso](const std::string& v) {
+           const auto colon = v.rfind(':');
+           if (colon == std::string::npos)
+             throw UsageError{"--loadings '" + v + "' is not LO:HI:N"};
+           const auto range = ParseRange("--loadings", v.substr(0, colon));
+           const auto n = ToDouble(v.substr(colon + 1));
+           if (!n || *n < 1 || *n != std::floor(*n) || *n > 10000)
+             throw UsageError{"--loadings '" + v + "': N is not a whole number from 1 to 10000"};
+           iso->low = range.first;
+           iso->high = range.second;
+           iso->count = static_cast<int>(*n);
+           iso->loadingsGiven = true;
+         },
+         "N loadings evenly spaced from LO to HI, in the files' loading unit (default: 10\n"
+         "over the range all isotherms share)")
+      ->type_name("LO:HI:N");
+  cmd->add_flag("--json", iso->json, "print the result as JSON");
+  commands.Add(cmd, [iso](Streams& io) { return Isosteric(*iso, io); });
+
+  auto dyn = std::make_shared<DynamicOptions>();
+  cmd = AddCommand(
+      *heat, "dynamic", "heat of desorption from peak temperatures at several ramp rates",
+      "Reads RUNS.csv, a header row 'peak_temperature [K],ramp_rate [K/min]' and then one\n"
+      "run per row (lines starting with # are comments), and fits ln(Tp^2/rate) against\n"
+      "1/Tp; the heat of desorption is R times the slope. Runs with a peak temperature or\n"
+      "ramp rate that is not positive are skipped and listed.\n",
+      "");
+  cmd->add_option("RUNS.csv", dyn->file, "the runs");
+  cmd->add_flag("--json", dyn->json, "print the result as JSON");
+  commands.Add(cmd, [dyn](Streams& io) { return Dynamic(*dyn, io); });
+}
+
+}  // namespace fiofla::cli
