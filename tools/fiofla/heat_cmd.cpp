@@ -28,7 +28,7 @@ struct DynamicOptions {
 };
 
 // The adsorption branch of one file, pressures in kPa and loadings in the file's unit.
-struct Branch1 {
+struct IsothermAtT {
   std::string file;
   double temperatureK;
   FitInput points;
@@ -38,7 +38,7 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
   if (o.files.size() < 2) throw UsageError{"two or more isotherm FILEs are needed"};
   IsothermReadOptions input = o.input;
   input.requirePo = false;  // gases above their critical point have no Po
-  std::vector<Branch1> isotherms;
+  std::vector<IsothermAtT> isotherms;
   for (const std::string& file : o.files) {
     const IsothermData iso = LoadIsotherm(file, input, io.err);
     if (!(iso.info.temperatureK > 0.0))
@@ -50,7 +50,7 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
     FitSettings s;
     s.pressureUnit = "kPa";
     isotherms.push_back({file, iso.info.temperatureK, PrepareFitInput(iso, file, s)});
-    const Branch1& b = isotherms.back();
+    const IsothermAtT& b = isotherms.back();
     if (b.points.loadingUnit != isotherms.front().points.loadingUnit)
       throw InputError(file + ": loadings in " + b.points.loadingUnit + ", but " +
                        isotherms.front().file + " has them in " +
@@ -62,7 +62,7 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
   if (!o.loadingsGiven) {
     low = -HUGE_VAL;
     high = HUGE_VAL;
-    for (const Branch1& b : isotherms) {
+    for (const IsothermAtT& b : isotherms) {
       const auto [mn, mx] = std::minmax_element(b.points.loadings.begin(), b.points.loadings.end());
       low = std::max(low, *mn);
       high = std::min(high, *mx);
@@ -80,7 +80,7 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
                             {{"file", "file", 40, {}},
                              {"temperature_k", "T (K)", 10, Sig(6)},
                              {"points", "points", 8, {}}});
-  for (const Branch1& b : isotherms)
+  for (const IsothermAtT& b : isotherms)
     files.Row({b.file, b.temperatureK, static_cast<long long>(b.points.loadings.size())});
   r.Text("");
   Table& t = r.AddTable("heats", "Isosteric heat",
@@ -91,9 +91,12 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
                          {"note", "note", 0, {}}});
   int ok = 0;
   for (int k = 0; k < o.count; ++k) {
-    const double q = o.count == 1 ? low : low + (high - low) * k / (o.count - 1);
+    // The last loading is HI itself: low + (high - low) can round past HI, and past the
+    // last point of the isotherm that sets HI, which would then not reach it.
+    const double q =
+        k == o.count - 1 && o.count > 1 ? high : low + (high - low) * k / std::max(1, o.count - 1);
     CIsostereCalc::CInput in(q);
-    for (const Branch1& b : isotherms) {
+    for (const IsothermAtT& b : isotherms) {
       CNumVector<double> p(b.points.pressures.size()), n(b.points.loadings.size());
       for (std::size_t i = 0; i < p.size(); ++i) {
         p[i] = b.points.pressures[i];
@@ -140,11 +143,12 @@ int Dynamic(const DynamicOptions& o, Streams& io) {
       .Add("heat_of_desorption_kj_per_mol", "Heat of desorption", calc.GetHeatOfDesorption(),
            "kJ/mol", Sig(6))
       .Error("heat_error_kj_per_mol", calc.GetHeatError(), Sig(3))
-      .Add("slope_k", "Slope of ln(Tp^2/rate) vs 1/Tp", calc.GetFitSlope(), "K")
+      .Add("slope_k", "Slope", calc.GetFitSlope(), "K")
       .Error("slope_error_k", calc.GetFitSlopeError(), Sig(3))
-      .Add("intercept", "Intercept (rate in K/min)", calc.GetFitYIntercept())
+      .Add("intercept", "Intercept", calc.GetFitYIntercept())
       .Error("intercept_error", calc.GetFitYInterceptError(), Sig(3))
       .Add("correlation", "Correlation", calc.GetFitCorrCoef(), "", Sig(8));
+  r.Text("(line ln(Tp^2/rate) = slope/Tp + intercept, rate in K/min)");
   r.List("skipped", skipped.empty() ? "" : "Skipped:", skipped);
   r.Print(io.out, o.json);
   if (!calc.IsValid()) {
@@ -193,8 +197,8 @@ void AddHeatCommand(CLI::App& app, Commands& commands) {
            iso->count = static_cast<int>(*n);
            iso->loadingsGiven = true;
          },
-         "N loadings evenly spaced from LO to HI, in the files' loading unit (default: 10\n"
-         "over the range all isotherms share)")
+         "N loadings evenly spaced from LO to HI inclusive, in the files' loading unit\n"
+         "(default: 10 over the range all isotherms share)")
       ->type_name("LO:HI:N");
   cmd->add_flag("--json", iso->json, "print the result as JSON");
   commands.Add(cmd, [iso](Streams& io) { return Isosteric(*iso, io); });
