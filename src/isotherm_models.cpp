@@ -91,22 +91,6 @@ void BisectPastInfinity(F const& f, double& lo, double& hi, double& flo, double&
   }
 }
 
-// The root of f in [lo, hi], f(lo) < 0 < f(hi), by TOMS 748 to the last two bits; NaN when
-// it does not converge.
-template <class F>
-double Toms748(F const& f, double lo, double hi, double flo, double fhi) {
-  std::uintmax_t maxIter = 200;
-  try {
-    const auto r = boost::math::tools::toms748_solve(
-        f, lo, hi, flo, fhi,
-        boost::math::tools::eps_tolerance<double>(std::numeric_limits<double>::digits - 2),
-        maxIter);
-    return 0.5 * (r.first + r.second);
-  } catch (...) {
-    return kNaN;
-  }
-}
-
 }  // namespace
 
 SModelValue InvertIncreasing(std::function<double(double)> const& value, double target,

@@ -2,7 +2,9 @@
 // small helpers. Not installed.
 #pragma once
 
+#include <boost/math/tools/toms748_solve.hpp>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -52,5 +54,21 @@ double DilogOfNegative(double x);
 double TothLoading(double p, double n, double k, double t);
 double TothSlope(double p, double n, double k, double t);
 double TothGradient(double p, double n, double k, double t, double* g);
+
+// The root of f in [lo, hi], f(lo) < 0 < f(hi), by TOMS 748 to the last two bits; NaN when
+// it does not converge (parameters far outside their bounds can make f NaN in the bracket).
+template <class F>
+double Toms748(F const& f, double lo, double hi, double flo, double fhi) {
+  std::uintmax_t maxIter = 200;
+  try {
+    const auto r = boost::math::tools::toms748_solve(
+        f, lo, hi, flo, fhi,
+        boost::math::tools::eps_tolerance<double>(std::numeric_limits<double>::digits - 2),
+        maxIter);
+    return 0.5 * (r.first + r.second);
+  } catch (...) {
+    return std::numeric_limits<double>::quiet_NaN();
+  }
+}
 
 }  // namespace fiofla::detail

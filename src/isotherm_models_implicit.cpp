@@ -73,16 +73,7 @@ class Implicit : public IsothermModel {
       fhi = f(hi);
       if (!(fhi > 0.0)) return hi;  // within rounding of the capacity
     }
-    std::uintmax_t maxIter = 200;
-    try {
-      const auto r = boost::math::tools::toms748_solve(
-          f, lo, hi, flo, fhi,
-          boost::math::tools::eps_tolerance<double>(std::numeric_limits<double>::digits - 2),
-          maxIter);
-      return 0.5 * (r.first + r.second);
-    } catch (...) {
-      return kNaN;  // parameters far outside their bounds make ln P(q) NaN inside the bracket
-    }
+    return Toms748(f, lo, hi, flo, fhi);
   }
   double LoadingSlope(double p) const override {
     if (!(p >= 0.0)) return kNaN;
