@@ -54,6 +54,9 @@ double DilogOfNegative(double x);
 double TothLoading(double p, double n, double k, double t);
 double TothSlope(double p, double n, double k, double t);
 double TothGradient(double p, double n, double k, double t, double* g);
+/// Reduced spreading pressure of one Toth site, n_m z^(1/t) ₂F₁(1/t, 1; 1 + 1/t; z) with
+/// z = y^t/(1 + y^t); `digammaA` is ψ(1/t), which the caller keeps.
+double TothSpreadingPressure(double p, double n, double k, double t, double digammaA);
 
 // The root of f in [lo, hi], f(lo) < 0 < f(hi), by TOMS 748 to the last two bits; NaN when
 // it does not converge (parameters far outside their bounds can make f NaN in the bracket).

@@ -2,6 +2,7 @@
 // relatives (Sips, Langmuir-Freundlich, Toth, quadratic, Temkin, O'Brien-Myers, Unilan,
 // anti-Langmuir), Freundlich, Redlich-Peterson, Jensen-Seaton and chemi-physisorption.
 #include <algorithm>
+#include <boost/math/special_functions/digamma.hpp>
 #include <cmath>
 
 #include "fiofla/isotherm_models.h"
@@ -151,9 +152,16 @@ class SipsLike final : public Explicit {
   bool HasAnalyticGradient() const override { return true; }
 };
 
+/// ψ(1/t), the constant of the Toth spreading pressure's continuation; 0 where t is not a
+/// usable exponent (the model then refuses its parameters anyway).
+double TothDigamma(double t) {
+  return t > 0.0 && std::isfinite(t) ? boost::math::digamma(1.0 / t) : 0.0;
+}
+
 class Toth final : public Explicit {
  public:
-  using Explicit::Explicit;
+  Toth(K kind, std::vector<double> params, SIsothermSetup const& setup)
+      : Explicit(kind, std::move(params), setup), m_digammaA(TothDigamma(P()[2])) {}
   double Loading(double p) const override { return TothLoading(p, P()[0], P()[1], P()[2]); }
   double LoadingSlope(double p) const override { return TothSlope(p, P()[0], P()[1], P()[2]); }
   SModelValue Pressure(double q) const override {
@@ -165,12 +173,19 @@ class Toth final : public Explicit {
     return {theta / (P()[1] * std::pow(-std::expm1(t * std::log(theta)), 1.0 / t)),
             EModelStatus::kOk};
   }
+  SModelValue SpreadingPressure(double p) const override {
+    if (!(p >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    return {TothSpreadingPressure(p, P()[0], P()[1], P()[2], m_digammaA), EModelStatus::kOk};
+  }
   double SaturationLoading() const override { return P()[0]; }
   double PressureScale() const override { return 1.0 / P()[1]; }
   double LoadingGradient(double p, double* g) const override {
     return TothGradient(p, P()[0], P()[1], P()[2], g);
   }
   bool HasAnalyticGradient() const override { return true; }
+
+ private:
+  double m_digammaA;
 };
 
 class Freundlich final : public Explicit {
@@ -475,7 +490,8 @@ class ChemiPhysisorption final : public Explicit {
  public:
   ChemiPhysisorption(K kind, std::vector<double> params, SIsothermSetup const& setup)
       : Explicit(kind, std::move(params), setup),
-        m_weight(std::exp(-P()[5] / (kGasConstant * setup.temperatureK))) {}
+        m_weight(std::exp(-P()[5] / (kGasConstant * setup.temperatureK))),
+        m_digammaA(TothDigamma(P()[2])) {}
   double Loading(double p) const override {
     if (!(p >= 0.0)) return kNaN;
     const double y = P()[4] * p;
@@ -486,6 +502,13 @@ class ChemiPhysisorption final : public Explicit {
     if (!(p >= 0.0)) return kNaN;
     const double d = 1.0 + P()[4] * p;
     return TothSlope(p, P()[0], P()[1], P()[2]) + m_weight * P()[3] * P()[4] / (d * d);
+  }
+  SModelValue SpreadingPressure(double p) const override {
+    if (!(p >= 0.0)) return {kNaN, EModelStatus::kOutsideDomain};
+    const double y = P()[4] * p;
+    return {TothSpreadingPressure(p, P()[0], P()[1], P()[2], m_digammaA) +
+                m_weight * P()[3] * std::log1p(y),
+            EModelStatus::kOk};
   }
   double SaturationLoading() const override { return P()[0] + m_weight * P()[3]; }
   double PressureScale() const override { return 1.0 / std::max(P()[1], P()[4]); }
@@ -503,6 +526,7 @@ class ChemiPhysisorption final : public Explicit {
 
  private:
   double m_weight;
+  double m_digammaA;
 };
 
 }  // namespace
@@ -541,6 +565,56 @@ double TothGradient(double p, double n, double k, double t, double* g) {
   g[1] = q / (k * (1.0 + u));
   g[2] = q * (l / (t * t) - u * ly / (t * (1.0 + u)));
   return q;
+}
+
+// π = n ∫₀^y dx/(1 + x^t)^(1/t); in s = x^t/(1 + x^t) it is n a B(z; a, 0) with a = 1/t,
+// that is n z^a ₂F₁(a, 1; a + 1; z), and z^a = q/n is the loading's own factor. Near z = 0
+// the series a Σ z^k/(a + k). Near z = 1 the logarithmic continuation (Abramowitz & Stegun
+// 15.3.10 with b = 1) in w = 1 − z = 1/(1 + y^t): a Σ (a)_k/k! [ψ(k+1) − ψ(a+k) + ln(1 + y^t)]
+// w^k, whose terms add up to about z^−a times the result with mixed signs; it is used from
+// z = 1/2 on only while z^−a ≤ 8 (no more than 3 bits lost), which for strongly
+// heterogeneous sites (t < 1/3) leaves more of the range to the first series, at up to
+// 19/t terms. t = 1 gives n ln(1 + y).
+double TothSpreadingPressure(double p, double n, double k, double t, double digammaA) {
+  if (!(p >= 0.0)) return kNaN;
+  const double y = k * p;
+  if (y == 0.0) return 0.0;
+  if (std::isinf(y)) return kInf;
+  const double a = 1.0 / t;
+  const double lu = t * std::log(y);  // ln y^t
+  // ln(1 + y^t) without overflow for large y^t.
+  const double l1pu = lu > 0.0 ? lu + std::log1p(std::exp(-lu)) : std::log1p(std::exp(lu));
+  const double lz = lu - l1pu;
+  const double za = std::exp(a * lz);
+  constexpr int kMaxTerms = 5000;
+  constexpr double kEps = 1e-17;
+  double sum = 0.0;
+  if (lu <= 0.0 || -a * lz > std::log(8.0)) {
+    const double z = std::exp(lz);
+    double zk = 1.0;
+    for (int i = 0; i < kMaxTerms; ++i) {
+      const double term = zk / (a + i);
+      sum += term;
+      if (term <= kEps * sum) break;
+      zk *= z;
+    }
+  } else {
+    const double w = std::exp(-l1pu);
+    constexpr double kEulerGamma = 0.57721566490153286061;
+    double c = 1.0, wk = 1.0, psi1 = -kEulerGamma, psiA = digammaA;
+    for (int i = 0; i < kMaxTerms; ++i) {
+      const double scale = c * wk;
+      sum += scale * (psi1 - psiA + l1pu);
+      // The bracket may pass through 0 before it tends to ln(1 + y^t): stop on the bound of
+      // the term, not on the term.
+      if (scale * (std::fabs(psi1 - psiA) + l1pu) <= kEps * std::fabs(sum)) break;
+      c *= (a + i) / (i + 1.0);
+      psi1 += 1.0 / (i + 1.0);
+      psiA += 1.0 / (a + i);
+      wk *= w;
+    }
+  }
+  return n * za * a * sum;
 }
 
 std::shared_ptr<const IsothermModel> MakeExplicitModel(EIsothermModel kind,

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <boost/math/quadrature/exp_sinh.hpp>
+#include <boost/math/special_functions/digamma.hpp>
 #include <cmath>
 #include <random>
 #include <set>
@@ -284,6 +285,37 @@ TEST(IsothermModels, CompositeIsTheSumOfItsParts) {
   }
   EXPECT_EQ(msl->SaturationLoading(), 6.0);
   EXPECT_EQ(msl->Pressure(6.0).status, EModelStatus::kAboveCapacity);
+}
+
+// The Toth spreading pressure is a Gauss hypergeometric function summed by two series; the
+// reference integrates q/p in long double in another variable, and at t = 10 (where the
+// knee of q defeats the quadrature) the reference is the series' own large-y limit.
+TEST(IsothermModels, TothSpreadingPressureMatchesALongDoubleReference) {
+  for (double t : {0.1, 0.3, 0.6, 1.0, 1.7, 4.0}) {
+    const auto m = MakeIsothermModel(K::kToth, {2.0, 1.0, t}).model;
+    for (int i = 0; i <= 90; ++i) {
+      const long double y = std::pow(10.0L, -8.0L + 18.0L * i / 90);
+      boost::math::quadrature::exp_sinh<long double> integrator;
+      const long double lt = t;
+      const long double ref = integrator.integrate(
+          [&](long double s) {
+            const long double x = y * std::exp(-s);
+            return 2.0L * x / std::pow(1.0L + std::pow(x, lt), 1.0L / lt);
+          },
+          1e-20L);
+      EXPECT_REL_CLOSE(m->SpreadingPressure(static_cast<double>(y)).value, static_cast<double>(ref),
+                       2e-14)
+          << "t = " << t << ", y = " << static_cast<double>(y);
+    }
+  }
+  const auto langmuir = MakeIsothermModel(K::kToth, {2.0, 0.5, 1.0}).model;
+  for (double p : {1e-6, 0.3, 2.0, 7.0, 1e6})
+    EXPECT_REL_CLOSE(langmuir->SpreadingPressure(p).value, 2.0 * std::log1p(0.5 * p), 1e-15);
+  // π → n (ln y + a[ψ(1) − ψ(a)]) with a = 1/t, the rest of order y^−t.
+  const auto steep = MakeIsothermModel(K::kToth, {2.0, 1.0, 10.0}).model;
+  const double limit =
+      2.0 * (std::log(1e10) + 0.1 * (boost::math::digamma(1.0) - boost::math::digamma(0.1)));
+  EXPECT_REL_CLOSE(steep->SpreadingPressure(1e10).value, limit, 1e-14);
 }
 
 TEST(IsothermModels, SpecialCasesReduceToTheirParents) {

@@ -37,8 +37,8 @@
 //  dubinin_astakhov      C    C  n_p exp(−(RT ln(Ps/P)/E)^m); n_p for P ≥ Ps Dubinin & Astakhov 1971
 //  quadratic             C    C  n_m(K_a P + 2K_b P²)/(1 + K_a P + K_b P²)   Ruthven 1984
 //  temkin_approx         N    C  n_m[θ_L + g θ_L²(θ_L−1)], θ_L = y/(1+y)     Temkin & Pyzhev 1940, expanded
-//  toth                  C    N  n_m y/(1+y^t)^(1/t)                         Toth 1971; Do 1998
-//  multisite_toth        N    N  Σ toth sites                                Do 1998
+//  toth                  C    C  n_m y/(1+y^t)^(1/t)                         Toth 1971; Do 1998
+//  multisite_toth        N    C  Σ toth sites                                Do 1998
 //  sips                  C    C  n_m yⁿ/(1+yⁿ)                               Sips 1948
 //  langmuir_freundlich   C    C  n_m K Pⁿ/(1+K Pⁿ)  (K in 1/pressureⁿ)       Do 1998
 //  redlich_peterson      N    N  K_R P/(1 + a P^g)  (K_R loading/pressure)   Redlich & Peterson 1959
@@ -46,7 +46,7 @@
 //  jensen_seaton         N    N  K_H P[1 + (K_H P/(a(1+κP)))^c]^(−1/c)       Jensen & Seaton 1996
 //  obrien_myers          N    C  n_m[y/(1+y) + σ² y(1−y)/(2(1+y)³)]          O'Brien & Myers 1984
 //  anti_langmuir         C    C  n_m y/(1−y); +∞ for y ≥ 1                   (cooperative uptake)
-//  chemi_physisorption   N    N  toth(n_1, K_1, t_1)                         dual-site Toth variant
+//  chemi_physisorption   N    C  toth(n_1, K_1, t_1)                         dual-site Toth variant
 //                                + n_2 K_2 P/(1+K_2 P)·exp(−E_a/(RT))        of 2023
 //  flory_huggins_vst     C    C  P = θ/(K(1−θ))·exp(α²θ/(1+αθ))              Cochran, Kabel & Danner 1985
 //  wilson_vst            C    C  P = θ/(K(1−θ))·Λ₁ᵥ(1−aθ)/(Λ₁ᵥ+bθ)           Suwanayuen & Danner 1980
@@ -62,8 +62,10 @@
 //   virial: q + Σ i A_i q^(i+1)/(i+1).
 // π is the integral of the Gibbs adsorption isotherm that IAST equates across components
 // (Myers & Prausnitz 1965).
-// Toth, Redlich-Peterson and Jensen-Seaton π would need Gauss hypergeometric functions (or,
-// for Jensen-Seaton, none is known); quadrature reaches 1e-15 there. The inverses of Temkin
+// Toth π is n_m z^(1/t) ₂F₁(1/t, 1; 1 + 1/t; z) with z = y^t/(1 + y^t), summed by its series
+// about z = 0 or its logarithmic continuation about z = 1 (within 5e-15 of a long-double
+// reference). Redlich-Peterson π would need another hypergeometric function and Jensen-Seaton
+// has none known; quadrature reaches 1e-15 there. The inverses of Temkin
 // (a cubic in θ_L), O'Brien-Myers and the multi-site sums are bracketed rather than solved
 // in radicals, which lose digits near the plateau.
 // Sips and Langmuir-Freundlich are the same curve, K_LF = K_Sips^n: Sips keeps K an affinity
