@@ -55,6 +55,7 @@
 #include "fiofla/datagasadsorption.h"
 #include "fiofla/gas_isotherm_model.h"
 #include "fiofla/gas_virial.h"
+#include "fiofla/gaschemi.h"
 #include "fiofla/gasdft.h"
 #include "fiofla/gashoa.h"
 #include "fiofla/gasiast.h"
