@@ -62,6 +62,7 @@
 #include "fiofla/isotherm_fit.h"
 #include "fiofla/isotherm_models.h"
 #include "fiofla/report_bet.h"
+#include "fiofla/report_chemi.h"
 #include "fiofla/report_dft.h"
 #include "fiofla/report_fit.h"
 #include "fiofla/report_pores.h"
