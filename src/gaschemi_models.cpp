@@ -220,6 +220,17 @@ CSinfeltCalc::SModelFit FitChemiModel(EChemiModel model, std::vector<double> con
       fit.m_StandardErrors = {e0, std::exp(v1) * e1};
       break;
   }
+  // A scale that ran to 0 or infinity is a limit of the model, not a fit of the data (a
+  // Langmuir capacity of 0 for an isotherm that falls).
+  for (std::size_t i = 0; i < 2; ++i) {
+    const bool scale = i == 0 ? model != EChemiModel::kTemkin : model != EChemiModel::kFreundlich;
+    const double v = fit.m_Parameters[i];
+    if (scale && !(v >= std::numeric_limits<double>::min() && std::isfinite(v))) {
+      fit.m_Message = "the fit ran to a limit of the model: " + fit.m_Names[i] + " = " +
+                      (v > 1.0 ? "infinity" : "0");
+      return fit;
+    }
+  }
   double mean = 0.0;
   for (double y : q) mean += y / static_cast<double>(q.size());
   double rss = 0.0, tss = 0.0;

@@ -158,6 +158,17 @@ TEST(SinfeltModels, StrongIsothermFitsAndShortIsotherms) {
   EXPECT_REL_CLOSE(strongLangmuir.m_Parameters[0], s.qs, 1e-7);
   EXPECT_REL_CLOSE(strongLangmuir.m_Parameters[1], s.ks, 1e-6);
 
+  // An isotherm that falls has no Langmuir capacity: the fit runs to q_m = 0 and says so.
+  CSinfeltCalc::SInput falling;
+  for (double p : RunPressures()) {
+    falling.m_CombinedPressures.push_back(p);
+    falling.m_CombinedQuantities.push_back(-Langmuir(0.2, 1.0, p));
+  }
+  const CSinfeltCalc fallingCalc(falling);
+  const auto& fallingLangmuir = fallingCalc.GetModelFits()[0];
+  EXPECT_FALSE(fallingLangmuir.m_Valid);
+  EXPECT_EQ(fallingLangmuir.m_Message, "the fit ran to a limit of the model: q_m = 0");
+
   CSinfeltCalc::SInput in;
   in.m_CombinedPressures = {120.0, 300.0};
   in.m_CombinedQuantities = {0.2, 0.21};

@@ -208,10 +208,10 @@ int Chemi(const ChemiOptions& o, Streams& io) {
         .Add("density_g_per_cm3", "Density", metal.densityGPerCm3, "g/cm3", Sig(5))
         .Add("atom_area_nm2", "Atom area", metal.AtomAreaNm2(), "nm2", Sig(4))
         .Add("stoichiometry", "Stoichiometry", stoichiometry, "metal atoms per molecule", Sig(4))
-        .Add("uptake_used", "Uptake used", std::string(IsothermKey(which)))
-        .Add("uptake_umol_per_g", "Uptake", active->GetUptakeMicromolPerG(), "umol/g", Sig(5));
+        .Add("uptake_used", "Uptake used", std::string(IsothermKey(which)));
     if (active->IsOK()) {
-      r.Add("dispersion_percent", "Dispersion", active->GetDispersionPercent(), "%", Sig(4))
+      r.Add("uptake_umol_per_g", "Uptake", active->GetUptakeMicromolPerG(), "umol/g", Sig(5))
+          .Add("dispersion_percent", "Dispersion", active->GetDispersionPercent(), "%", Sig(4))
           .Add("metal_area_m2_per_g_sample", "Metal area", active->GetAreaM2PerGSample(),
                "m2/g sample", Sig(4))
           .Add("metal_area_m2_per_g_metal", "Metal area", active->GetAreaM2PerGMetal(),
