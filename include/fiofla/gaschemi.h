@@ -7,7 +7,8 @@
 // the strong (irreversible) isotherm as their difference point by point. The monolayer
 // uptake of each is the intercept at zero pressure of a straight line fitted to its plateau
 // over a pressure range where the metal is saturated and only physisorption on the support
-// still rises (the dual-isotherm method of Benson and Boudart 1965 and Sinfelt 1967).
+// still rises (the dual-isotherm method as Webb and Orr 1997 and Bergeret and Gallezot 2008
+// describe it).
 // Langmuir (molecular and dissociative), Freundlich and Temkin fits of the combined and
 // strong isotherms are the alternative readings users compare against it.
 // CActiveSurfaceCalc turns an uptake into surface metal atoms through the stoichiometry
@@ -16,8 +17,9 @@
 // d = f M / (ρ N_A σ D) for shape factor f (6 for spheres, 5 for hemispheres or cubes with
 // one face on the support; Bergeret and Gallezot 2008). For platinum (σ = 0.0800 nm²,
 // ρ = 21.45 g/cm³) that is d = 1.133 nm / D with f = 6.
-// Cost: the line fits are O(n); each model fit is a few Levenberg-Marquardt runs on at most
-// a few dozen points (tens of µs, BENCHMARKS.md). The active-surface arithmetic is O(1).
+// Cost: the line fits are O(n); each model fit is one Levenberg-Marquardt run from its
+// linearised start, about 6 µs on 16 points (BENCHMARKS.md). The active-surface arithmetic is
+// O(1).
 // Guarantees: nothing throws for bad data; a status and a message in words say what was
 // wrong, and results that could not be computed are 0 (lines) or marked not valid (fits).
 //
@@ -37,7 +39,8 @@
 // - the strong uptake is the intercept of the line through the strong points, which equals
 //   the combined minus the weak intercept when both isotherms share their pressures;
 // - the model fits use every point with a positive pressure (and, for Freundlich, a
-//   positive quantity), not only the range: they describe the whole isotherm.
+//   positive quantity), not only the range: they describe the whole isotherm. A fit whose
+//   capacity or affinity runs to 0 or infinity (an isotherm that falls) is not valid.
 #pragma once
 
 #include <optional>
