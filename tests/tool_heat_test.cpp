@@ -91,6 +91,61 @@ TEST(ToolHeat, IsostericHeatOfLangmuirIsothermsIsTheirs) {
   EXPECT_NE(r.out.find("fewer than two isotherms reach it"), std::string::npos) << r.out;
 }
 
+// Isotherms of an exact thermal virial equation, ln P = ln N + (a0 + a1 N)/T + b0 + b1 N,
+// whose isosteric heat is -R (a0 + a1 N) at every loading.
+std::string VirialCsv(double temperatureK) {
+  std::ostringstream s;
+  s.precision(17);
+  s << "# adsorptive: CH4; temperature: " << temperatureK << " K\n";
+  s << "pressure [kPa],loading [mmol/g]\n";
+  for (int i = 1; i <= 60; ++i) {
+    const double n = 0.05 * i;
+    s << n * std::exp((-3000.0 + 150.0 * n) / temperatureK + 9.0 + 0.1 * n) << "," << n << "\n";
+  }
+  return s.str();
+}
+
+TEST(ToolHeat, VirialAndClausiusClapeyronAgreeOnVirialIsotherms) {
+  const Fixture fx;
+  std::vector<std::string> args{"heat", "isosteric"};
+  for (double t : {283.15, 303.15, 323.15})
+    args.push_back(fx.Write(("v" + std::to_string(int(t)) + ".csv").c_str(), VirialCsv(t)));
+  const std::string report = (fx.dir / "heat.html").string();
+  for (const char* method : {"clausius-clapeyron", "virial"}) {
+    std::vector<std::string> a = args;
+    a.insert(a.end(), {"--loadings", "0.5:2.5:5", "--method", method, "--json"});
+    if (std::string(method) == "virial") a.insert(a.end(), {"--orders", "1,1", "--report", report});
+    const ToolRun r = RunTool(a);
+    ASSERT_EQ(r.code, 0) << r.err;
+    const auto doc = Json(r);
+    ASSERT_TRUE(doc.HasMember("heats"));
+    for (const auto& row : doc["heats"].GetArray()) {
+      const double n = row["loading"].GetDouble();
+      const double exact = -kR * (-3000.0 + 150.0 * n);
+      // The virial fit is exact; the interpolated isosteres are within 1e-3 and their
+      // error band covers the difference.
+      const double error = row["qst_error_kj_per_mol"].GetDouble();
+      EXPECT_NEAR(row["qst_kj_per_mol"].GetDouble(), exact, std::max(1e-3 * exact, 3.0 * error))
+          << method << " at " << n;
+    }
+    if (std::string(method) == "virial") {
+      ASSERT_TRUE(doc.HasMember("virial"));
+      EXPECT_EQ(doc["virial"]["order_a"].GetInt(), 1);
+      EXPECT_REL_CLOSE(doc["virial"]["a"][0].GetDouble(), -3000.0, 1e-9);
+      EXPECT_REL_CLOSE(doc["virial"]["a"][1].GetDouble(), 150.0, 1e-9);
+    }
+  }
+  std::ifstream in(report);
+  const std::string html((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_NE(html.find("Isosteres"), std::string::npos);
+  EXPECT_NE(html.find("Isosteric Heat against Loading"), std::string::npos);
+
+  args.insert(args.end(), {"--orders", "1,1"});
+  const ToolRun bad = RunTool(args);
+  EXPECT_EQ(bad.code, fiofla::cli::kExitUsageError);
+  EXPECT_NE(bad.err.find("--orders goes with --method virial"), std::string::npos) << bad.err;
+}
+
 TEST(ToolHeat, IsostericRefusesAFileWithoutTemperature) {
   const Fixture fx;
   const std::string warm = fx.Write("warm.csv", LangmuirCsv(300.0, 20.0));

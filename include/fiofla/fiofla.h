@@ -65,6 +65,8 @@
 #include "fiofla/report_chemi.h"
 #include "fiofla/report_dft.h"
 #include "fiofla/report_fit.h"
+#include "fiofla/report_heat.h"
+#include "fiofla/report_iast.h"
 #include "fiofla/report_pores.h"
 
 // DFT kernels: the catalogue, and the density-functional engine that makes them.

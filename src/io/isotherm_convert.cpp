@@ -310,7 +310,7 @@ IsothermData ConvertIsotherm(RawIsotherm raw, const IsothermReadOptions& options
       const std::string why = NoPoReason(iso.info, options.gasCache);
       if (options.requirePo) Fail(raw.source, why);
       relativeUnknown = true;
-      iso.notes.push_back(why + "; the isotherm is read without P/Po");
+      if (options.noteMissingPo) iso.notes.push_back(why + "; the isotherm is read without P/Po");
     }
   }
 

@@ -1,15 +1,12 @@
 // `fiofla chemi`: the chemisorbed monolayer uptake from a combined and an optional weak
 // isotherm, and the metal dispersion, active area and crystallite size it gives.
 #include <cmath>
-#include <fstream>
-#include <sstream>
 
 #include "cli.h"
 #include "cli_common.h"
 #include "fiofla/gaschemi.h"
-#include "fiofla/io/file_util.h"
-#include "fiofla/report/report_render.h"
 #include "fiofla/report_chemi.h"
+#include "report_out.h"
 #include "result.h"
 
 namespace fiofla::cli {
@@ -223,8 +220,6 @@ int Chemi(const ChemiOptions& o, Streams& io) {
     r.End();
   }
   if (!calc.GetModelFits().empty()) AddFits(r, calc);
-  r.Print(io.out, o.json);
-
   if (!o.report.empty()) {
     CReportPageData page(CStr("Chemisorption report: " + o.files[0]));
     std::string what = "Extrapolated from " + Num(o.rangeLow) + " to " + Num(o.rangeHigh) +
@@ -241,21 +236,11 @@ int Chemi(const ChemiOptions& o, Streams& io) {
       a.uptakeUsed = IsothermKey(which);
       AddActiveSurfaceTable(*active, a, &page, last);
     }
-    RenderOptions render;
-    render.documentTitle = "Chemisorption report: " + o.files[0];
-    render.generator = CStr(std::string("fiofla ") + FIOFLA_VERSION);
-    std::ostringstream text;
-    const auto dot = o.report.rfind('.');
-    const std::string ext = dot == std::string::npos ? "" : o.report.substr(dot + 1);
-    if (ext == "json")
-      RenderJson({&page}, render, text);
-    else if (ext == "txt" || ext == "text")
-      RenderText({&page}, render, text);
-    else
-      RenderHtml({&page}, render, text);
-    std::string error;
-    if (!WriteFileAtomically(o.report, text.str(), &error)) throw InputError(error);
+    const std::string files = o.files[0] + (o.files.size() > 1 ? ", " + o.files[1] : "");
+    WriteReportPages({&page}, "Chemisorption report", "Isotherms: " + files, o.report,
+                     "fiofla chemi", files, o.json ? io.err : io.out);
   }
+  r.Print(io.out, o.json);
 
   int code = kExitOk;
   if (!calc.IsOK()) {

@@ -5,9 +5,12 @@
 
 #include "cli.h"
 #include "cli_common.h"
+#include "fiofla/gas_virial.h"
 #include "fiofla/gashoa.h"
 #include "fiofla/io/ramp_runs_file.h"
+#include "fiofla/report_heat.h"
 #include "fit_options.h"
+#include "report_out.h"
 #include "result.h"
 
 namespace fiofla::cli {
@@ -19,6 +22,9 @@ struct IsostericOptions {
   bool loadingsGiven = false;
   double low = 0.0, high = 0.0;
   int count = 10;
+  bool virial = false;
+  int orderA = -1, orderB = -1;  // -1: chosen by AICc
+  std::string report;
   bool json = false;
 };
 
@@ -34,10 +40,41 @@ struct IsothermAtT {
   FitInput points;
 };
 
+// The fitted virial equation: its orders, coefficients, Henry constants and residual.
+void AddVirialSummary(Result& r, const NIsothermModel::CVirialExpansion& v, const std::string& unit,
+                      std::vector<std::string>& lines) {
+  const auto& a = v.GetA();
+  const auto& b = v.GetB();
+  r.Begin("virial", "Virial equation ln P = ln N + (1/T) sum a_i N^i + sum b_j N^j")
+      .Add("order_a", "Order of the a_i", static_cast<long long>(a.size()) - 1)
+      .Add("order_b", "Order of the b_j", static_cast<long long>(b.size()) - 1)
+      .Array("a", a)
+      .Array("b", b)
+      .Add("residual_sd_ln_p", "Residual s.d. of ln P", v.GetResidualStdDev(), "", Sig(4))
+      .Add("aicc", "AICc", v.GetAICc(), "", Dec(2))
+      .Add("points", "Points", static_cast<long long>(v.GetPointCount()));
+  std::string as, bs;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    as += (i ? ", " : "") + std::string("a") + std::to_string(i) + " = " + Num(a[i]);
+  for (std::size_t j = 0; j < b.size(); ++j)
+    bs += (j ? ", " : "") + std::string("b") + std::to_string(j) + " = " + Num(b[j]);
+  r.Text("a_i (K per (" + unit + ")^i): " + as).Text("b_j (per (" + unit + ")^j): " + bs);
+  Table& henry = r.AddTable("henry_constants", "Henry constants",
+                            {{"temperature_k", "T (K)", 10, Sig(6)},
+                             {"henry_constant", "K_H (" + unit + "/kPa)", 20, Sig(6)}});
+  const auto k = v.GetHenryConstants();
+  for (std::size_t i = 0; i < k.size(); ++i) henry.Row({v.GetTemperatures()[i], k[i]});
+  r.End();
+  lines.push_back("Virial fit: orders " + std::to_string(a.size() - 1) + " (a_i) and " +
+                  std::to_string(b.size() - 1) + " (b_j), " + as + "; " + bs +
+                  "; residual s.d. of ln P " + Num(v.GetResidualStdDev(), 3));
+}
+
 int Isosteric(const IsostericOptions& o, Streams& io) {
   if (o.files.size() < 2) throw UsageError{"two or more isotherm FILEs are needed"};
   IsothermReadOptions input = o.input;
   input.requirePo = false;  // gases above their critical point have no Po
+  input.noteMissingPo = false;
   std::vector<IsothermAtT> isotherms;
   for (const std::string& file : o.files) {
     const IsothermData iso = LoadIsotherm(file, input, io.err);
@@ -83,6 +120,33 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
   for (const IsothermAtT& b : isotherms)
     files.Row({b.file, b.temperatureK, static_cast<long long>(b.points.loadings.size())});
   r.Text("");
+  SHeatSection page;
+  page.loadingUnit = unit;
+  page.pressureUnit = "kPa";
+  for (const IsothermAtT& b : isotherms)
+    page.lines.push_back("Isotherm: " + b.file + " at " + Num(b.temperatureK) + " K, " +
+                         std::to_string(b.points.loadings.size()) + " points");
+
+  std::unique_ptr<NIsothermModel::CVirialExpansion> virial;
+  if (o.virial) {
+    std::vector<NIsothermModel::CVirialExpansion::SIsotherm> fitted;
+    for (const IsothermAtT& b : isotherms) {
+      fitted.push_back({b.temperatureK, {}});
+      for (std::size_t i = 0; i < b.points.pressures.size(); ++i)
+        fitted.back().points.push_back({b.points.pressures[i], b.points.loadings[i]});
+    }
+    NIsothermModel::CVirialExpansion::SOptions vo;
+    vo.orderA = o.orderA;
+    vo.orderB = o.orderB;
+    virial = std::make_unique<NIsothermModel::CVirialExpansion>(fitted, vo);
+    if (!virial->IsValid()) {
+      io.err << "fiofla heat isosteric: the virial equation cannot be fitted: too few points "
+                "for its orders\n";
+      return kExitNoResult;
+    }
+    AddVirialSummary(r, *virial, unit, page.lines);
+  }
+
   Table& t = r.AddTable("heats", "Isosteric heat",
                         {{"loading", "loading (" + unit + ")", 20, Sig(6)},
                          {"qst_kj_per_mol", "Qst (kJ/mol)", 14, Sig(5)},
@@ -95,23 +159,74 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
     // last point of the isotherm that sets HI, which would then not reach it.
     const double q =
         k == o.count - 1 && o.count > 1 ? high : low + (high - low) * k / std::max(1, o.count - 1);
-    CIsostereCalc::CInput in(q);
-    for (const IsothermAtT& b : isotherms) {
-      CNumVector<double> p(b.points.pressures.size()), n(b.points.loadings.size());
-      for (std::size_t i = 0; i < p.size(); ++i) {
-        p[i] = b.points.pressures[i];
-        n[i] = b.points.loadings[i];
+    SIsostere isostere;
+    isostere.loading = q;
+    double heat = NAN, error = NAN;
+    long long used = 0;
+    std::string note;
+    if (virial) {
+      heat = virial->GetIsostericHeat(q);
+      error = virial->GetIsostericHeatError(q);
+      for (const IsothermAtT& b : isotherms) {
+        const auto [mn, mx] =
+            std::minmax_element(b.points.loadings.begin(), b.points.loadings.end());
+        used += q >= *mn && q <= *mx ? 1 : 0;
+        isostere.inverseTemperature.push_back(1.0 / b.temperatureK);
+        isostere.lnPressure.push_back(virial->GetLnPressure(q, b.temperatureK));
       }
-      in.AddIsotherm(p, n, b.temperatureK);
-    }
-    const CIsostereCalc calc(in);
-    const long long used = static_cast<long long>(calc.GetData().size());
-    if (calc.IsOK()) {
-      ++ok;
-      t.Row({q, calc.HeatOfAdsorption(), calc.GetUncertainty(), used, std::string()});
+      // ln P is linear in 1/T at fixed N: two temperatures give the line exactly.
+      const double t1 = isotherms.front().temperatureK, t2 = 2.0 * t1;
+      isostere.slope =
+          (virial->GetLnPressure(q, t1) - virial->GetLnPressure(q, t2)) / (1.0 / t1 - 1.0 / t2);
+      isostere.intercept = virial->GetLnPressure(q, t1) - isostere.slope / t1;
+      if (used < 2) note = "extrapolated: fewer than two isotherms reach it";
     } else {
-      t.Row({q, Value(), Value(), used, std::string("fewer than two isotherms reach it")});
+      CIsostereCalc::CInput in(q);
+      for (const IsothermAtT& b : isotherms) {
+        CNumVector<double> p(b.points.pressures.size()), n(b.points.loadings.size());
+        for (std::size_t i = 0; i < p.size(); ++i) {
+          p[i] = b.points.pressures[i];
+          n[i] = b.points.loadings[i];
+        }
+        in.AddIsotherm(p, n, b.temperatureK);
+      }
+      const CIsostereCalc calc(in);
+      used = static_cast<long long>(calc.GetData().size());
+      for (const CIsostereCalc::SData& d : calc.GetData()) {
+        isostere.inverseTemperature.push_back(d.x);
+        isostere.lnPressure.push_back(d.y);
+      }
+      isostere.slope = calc.GetSlope();
+      isostere.intercept = calc.GetIntercept();
+      if (calc.IsOK()) {
+        heat = calc.HeatOfAdsorption();
+        error = calc.GetUncertainty();
+      } else {
+        note = "fewer than two isotherms reach it";
+      }
     }
+    const bool has = std::isfinite(heat);
+    ok += has ? 1 : 0;
+    t.Row({q, has ? Value(heat) : Value(), has ? Value(error) : Value(), used, note});
+    page.loadings.push_back(q);
+    page.heats.push_back(heat);
+    page.errors.push_back(error);
+    if (has) page.isosteres.push_back(std::move(isostere));
+  }
+  if (!o.report.empty()) {
+    CReportPageData report(CStr("Isosteric heat report"));
+    AddIsostericHeatSection(
+        page,
+        CStr(o.virial ? "thermal virial equation fitted to all isotherms at once; Qst = -R sum "
+                        "a_i N^i"
+                      : "Clausius-Clapeyron: ln P against 1/T at each loading, the isotherms "
+                        "interpolated by monotone cubics; Qst = -R slope"),
+        &report, nullptr);
+    std::string files;
+    for (const IsothermAtT& b : isotherms) files += (files.empty() ? "" : ", ") + b.file;
+    WriteReportPages({&report}, "Isosteric heat report", "Isotherms: " + files, o.report,
+                     "fiofla heat isosteric", std::to_string(isotherms.size()) + " isotherms",
+                     o.json ? io.err : io.out);
   }
   r.Print(io.out, o.json);
   if (ok == 0) {
@@ -178,7 +293,10 @@ void AddHeatCommand(CLI::App& app, Commands& commands) {
       "loading fits ln P against 1/T over the adsorption branches that reach it; Qst is\n"
       "-R times the slope. Loadings are in the files' loading unit, which must be the same\n"
       "in every file (fiofla convert rewrites a file in another unit). Each row says how many\n"
-      "isotherms reached the loading; with fewer than two it has no heat.\n",
+      "isotherms reached the loading; with fewer than two it has no heat. --method virial\n"
+      "fits ln P = ln N + (1/T) sum a_i N^i + sum b_j N^j to all points at once instead and\n"
+      "takes Qst = -R sum a_i N^i, with its standard error from the fit, and the Henry\n"
+      "constant at each temperature.\n",
       "");
   cmd->add_option("FILE", iso->files, "the isotherms, one per temperature")->expected(-1);
   AddInputOptions(cmd, iso->input);
@@ -200,8 +318,39 @@ void AddHeatCommand(CLI::App& app, Commands& commands) {
          "N loadings evenly spaced from LO to HI inclusive, in the files' loading unit\n"
          "(default: 10 over the range all isotherms share)")
       ->type_name("LO:HI:N");
+  cmd->add_option_function<std::string>(
+         "--method",
+         [iso](const std::string& v) {
+           if (v != "clausius-clapeyron" && v != "virial")
+             throw UsageError{"--method '" + v + "' is not clausius-clapeyron or virial"};
+           iso->virial = v == "virial";
+         },
+         "clausius-clapeyron (default): a line through the isotherms interpolated at each\n"
+         "loading; virial: the thermal virial equation fitted to all points at once")
+      ->type_name("M");
+  cmd->add_option_function<std::string>(
+         "--orders",
+         [iso](const std::string& v) {
+           const auto comma = v.find(',');
+           const auto m = ToDouble(v.substr(0, comma));
+           const auto k = comma == std::string::npos ? std::nullopt : ToDouble(v.substr(comma + 1));
+           if (!m || !k || *m < 0 || *k < 0 || *m > 10 || *k > 10 || *m != std::floor(*m) ||
+               *k != std::floor(*k))
+             throw UsageError{"--orders '" + v + "' is not M,K with whole numbers 0 to 10"};
+           iso->orderA = static_cast<int>(*m);
+           iso->orderB = static_cast<int>(*k);
+         },
+         "orders of the virial sums (a_0..a_M, b_0..b_K); default: chosen by AICc up to 6,4")
+      ->type_name("M,K");
+  cmd->add_option("--report", iso->report,
+                  "also write a report page (Qst with its error band, the isosteres); its\n"
+                  "format from the extension: .html, .json or .txt")
+      ->type_name("FILE");
   cmd->add_flag("--json", iso->json, "print the result as JSON");
-  commands.Add(cmd, [iso](Streams& io) { return Isosteric(*iso, io); });
+  commands.Add(cmd, [iso](Streams& io) {
+    if (!iso->virial && iso->orderA >= 0) throw UsageError{"--orders goes with --method virial"};
+    return Isosteric(*iso, io);
+  });
 
   auto dyn = std::make_shared<DynamicOptions>();
   cmd = AddCommand(

@@ -163,6 +163,9 @@ struct IsothermReadOptions {
   /// temperature, one without a table) read with every P/Po NaN and a note, instead of
   /// failing: for moving such isotherms between formats. Analyses need P/Po; keep it true.
   bool requirePo = true;
+  /// With requirePo false: whether such an isotherm gets the note that it is read without
+  /// P/Po. Callers that work in absolute pressures only (IAST, heats) have no use for it.
+  bool noteMissingPo = true;
 };
 
 /// The name of a format ("csv", "aif", "isodb", "measurement", "pygaps", "pygaps-csv";
