@@ -736,8 +736,8 @@ TEST(ToolHelp, TheReadmeCommandListAndTheHelpAgree) {
   const auto inputOptions = OptionsIn(inputText);
   ASSERT_TRUE(inputOptions.count("--format"));
 
-  for (const char* cmd :
-       {"bet", "report", "tplot", "bjh", "dft", "fit", "convert", "iast", "reduce", "simulate"}) {
+  for (const char* cmd : {"bet", "report", "tplot", "bjh", "dft", "fit", "convert", "iast",
+                          "reduce", "simulate", "chemi"}) {
     auto documented = OptionsIn(listed[cmd]);
     if (std::string(cmd) != "reduce" && std::string(cmd) != "simulate")
       documented.insert(inputOptions.begin(), inputOptions.end());

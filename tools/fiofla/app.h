@@ -62,5 +62,6 @@ void AddDftCommand(CLI::App& app, Commands& commands);
 void AddFitCommand(CLI::App& app, Commands& commands);
 void AddHeatCommand(CLI::App& app, Commands& commands);
 void AddIastCommand(CLI::App& app, Commands& commands);
+void AddChemiCommand(CLI::App& app, Commands& commands);
 
 }  // namespace fiofla::cli
