@@ -29,7 +29,7 @@
 // Cost: from a cold start (x_i ∝ y_i q_i(P)) about 6 Newton iterations, at most 9, for gas
 // fractions from 1e-6 to 1 − 1e-6 over six decades of pressure; each iteration costs N
 // spreading pressures and N loadings. A binary point of fitted Langmuir models takes 0.6 µs,
-// with a Toth model (π by quadrature) 21 µs, ten Langmuir components 1.7 µs (BENCHMARKS.md).
+// with a Toth model 1.9 µs, ten Langmuir components 1.7 µs (BENCHMARKS.md).
 // The bisection fallback costs some 60 × N inverses P(π).
 // Guarantees: for valid input a point either converges (the last Newton step, or the next as
 // quadratic contraction predicts it, below 1e-13 in every ln P_i° and relative in π;
