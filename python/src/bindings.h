@@ -1,0 +1,71 @@
+// What the binding files share: the conversions to Python, the GIL rule and the pieces of
+// the tool's option handling that keyword arguments go through.
+#pragma once
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli_common.h"
+#include "fiofla/io/isotherm_file.h"
+#include "result.h"
+
+namespace fiofla::py {
+
+namespace pyb = pybind11;
+
+/// The isotherm a Python `Isotherm` holds; shared, never changed after it is made.
+struct PyIsotherm {
+  std::shared_ptr<const IsothermData> data;
+};
+
+/// Runs `f` with the GIL released: every calculation and file read goes through it.
+template <typename F>
+auto Unlocked(F&& f) {
+  pyb::gil_scoped_release release;
+  return f();
+}
+
+/// Serialises the calls that use the library's process-wide gas-table cache
+/// (CGasCompressibilityCache::ms_cCache): unit conversions of fits and IAST, measurement
+/// reduction with the default directory. Readers take a cache of their own thread instead.
+std::mutex& GasCacheLock();
+
+/// Read options with the calling thread's own gas-table cache.
+IsothermReadOptions ThreadReadOptions();
+
+/// A Python value as a double; raises InputError naming `what` when it is not a number.
+double ToNumber(const pyb::handle& value, const std::string& what);
+/// A positive finite number; raises InputError naming `what`.
+double ToPositive(const pyb::handle& value, const std::string& what);
+/// (lo, hi) with 0 <= lo < hi (<= `most`); raises InputError naming `what`.
+std::pair<double, double> ToRange(const pyb::handle& value, const std::string& what,
+                                  double most = HUGE_VAL);
+/// A pressure: a number in mmHg or a text with its unit ("101.325kPa").
+double ToPressureMmHg(const pyb::handle& value, const std::string& what);
+
+/// A Value as a Python object (tables as dicts of NumPy arrays, groups as dicts).
+pyb::object ToPython(const Value& value);
+/// A column as a NumPy array.
+pyb::object ToPython(const Column& column);
+/// A vector as a NumPy array (a copy).
+pyb::array_t<double> ToArray(const std::vector<double>& v);
+
+/// Raises InputError with `message`.
+[[noreturn]] void ThrowInput(const std::string& message);
+
+/// BET of `iso` as `fiofla bet` runs it, with the values of its --json.
+std::shared_ptr<BetResult> MakeBetResult(std::shared_ptr<const IsothermData> iso,
+                                         const cli::BetSettings& settings);
+
+// Each binding file registers its functions.
+void BindResults(pyb::module_& m);
+void BindIsotherm(pyb::module_& m);
+void BindPores(pyb::module_& m);
+
+}  // namespace fiofla::py

@@ -1,0 +1,123 @@
+#include "report_pages.h"
+
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+
+#include "fiofla/report/report_render.h"
+#include "fiofla/report_bet.h"
+#include "fiofla/report_pores.h"
+
+namespace fiofla::py {
+namespace {
+
+// A notebook takes the report's inline SVG as it stands; the rest of the document (its
+// style sheet above all) would restyle the notebook around it.
+std::string SvgOnly(const CReportPageData& page) {
+  std::ostringstream html;
+  RenderHtml({&page}, RenderOptions(), html);
+  const std::string text = html.str();
+  std::string out = "<div class=\"fiofla-plots\">";
+  for (std::size_t at = text.find("<svg"); at != std::string::npos; at = text.find("<svg", at)) {
+    const std::size_t end = text.find("</svg>", at);
+    if (end == std::string::npos) break;
+    out += text.substr(at, end + 6 - at);
+    at = end + 6;
+  }
+  return out + "</div>";
+}
+
+// As `fiofla report` frames them: the BET transform is near-linear only at low pressure and
+// the BET model diverges towards saturation, so the axes end a little past the range.
+void FrameAxes(const CCalcBET& calc, CRSGraphAxisData::SSetup& betX, CRSGraphAxisData::SSetup& betY,
+               CRSGraphAxisData::SSetup& isoY) {
+  double rangeEnd = 0.0, quantityMax = 0.0;
+  for (double x : calc.fitRelativePressure) rangeEnd = std::max(rangeEnd, x);
+  for (double q : calc.quantityAdsorbed)
+    if (std::isfinite(q)) quantityMax = std::max(quantityMax, q);
+  if (quantityMax > 0.0) {
+    isoY.autoScale = false;
+    isoY.minimum = 0.0;
+    isoY.maximum = 1.1 * quantityMax;
+  }
+  if (rangeEnd <= 0.0) return;
+  const double xEnd = std::min(1.0, std::ceil((rangeEnd + 0.1) / 0.05) * 0.05);
+  double yEnd = 0.0;
+  auto take = [&](const CNumVector<double>& x, const CNumVector<double>& y) {
+    for (std::size_t i = 0; i < std::min(x.size(), y.size()); ++i)
+      if (x[i] <= xEnd && std::isfinite(y[i])) yEnd = std::max(yEnd, y[i]);
+  };
+  take(calc.fitRelativePressure, calc.fitTransform);
+  take(calc.otherRelativePressure, calc.otherTransform);
+  if (calc.fitRelativePressure.size() >= 2)
+    yEnd = std::max(yEnd, calc.yIntercept + calc.slope * xEnd);
+  if (!(yEnd > 0.0) || !std::isfinite(yEnd)) return;
+  betX.autoScale = false;
+  betX.minimum = 0.0;
+  betX.maximum = xEnd;
+  betY.autoScale = false;
+  betY.minimum = 0.0;
+  betY.maximum = 1.1 * yEnd;
+}
+
+std::string Stem(const std::string& path) {
+  std::string name =
+      path.substr(path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/') + 1);
+  const auto dot = name.rfind('.');
+  if (dot != std::string::npos && dot > 0) name.resize(dot);
+  return name;
+}
+
+void AddBetPlots(const std::shared_ptr<CCalcBET>& calc, const std::string& name,
+                 CReportPageData& page, bool transform) {
+  CRSGraphAxisData::SSetup betX, betY, isoX, isoY;
+  isoX.autoScale = false;
+  isoX.minimum = 0.0;
+  isoX.maximum = 1.0;
+  isoY.useMargin = true;
+  FrameAxes(*calc, betX, betY, isoY);
+  CReportDataItemBase* below = nullptr;
+  if (transform)
+    below = NBET::PlotReportBET({calc}, {CStr(name)}, &page, betX, betY, false, nullptr);
+  NBET::PlotReportIso({calc}, {CStr(name)}, &page, isoX, isoY, false, below);
+}
+
+}  // namespace
+
+std::string PoreCurveTitle(const std::string& name) {
+  if (name == "harkins-jura") return "Harkins and Jura";
+  if (name == "halsey") return "Halsey";
+  if (name == "carbon") return "Carbon Black STSA";
+  if (name == "bdb") return "Broekhoff-de Boer";
+  if (name == "kjs") return "Kruk-Jaroniec-Sayari";
+  return name;
+}
+
+std::string BetHtml(const IsothermData& iso, const cli::BetRun& run) {
+  CReportPageData page(CStr("BET report: ") + iso.source);
+  AddBetPlots(run.calc, Stem(iso.source), page, true);
+  return SvgOnly(page);
+}
+
+std::string TPlotHtml(const CTPlotCalc& calc, const std::string& curve) {
+  CReportPageData page(CStr("t-Plot report"));
+  AddTPlotSection(calc, CStr(PoreCurveTitle(curve)), &page, nullptr);
+  return SvgOnly(page);
+}
+
+std::string BjhHtml(const IsothermData& iso, const cli::BjhRun& run,
+                    const std::string& description) {
+  CReportPageData page(CStr("BJH report"));
+  AddBjhSection(*run.calc, CStr(description), &page, nullptr, run.Wording(iso));
+  return SvgOnly(page);
+}
+
+std::string IsothermHtml(const IsothermData& iso) {
+  // The BET report's isotherm plot draws every point up to the first fall in P/Po.
+  const cli::BetRun run = cli::RunBetOn(iso, cli::BetSettings());
+  CReportPageData page(CStr("Isotherm"));
+  AddBetPlots(run.calc, Stem(iso.source), page, false);
+  return SvgOnly(page);
+}
+
+}  // namespace fiofla::py
