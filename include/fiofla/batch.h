@@ -15,9 +15,10 @@
 // Rows. A row has four texts (file, status, adsorptive, message) and one number per column
 // of BatchColumns(options), in that order, NaN where an analysis gave nothing. Status is
 //   "ok"        every analysis gave a result and the BET result raises no warning;
-//   "doubtful"  every analysis gave a result, but the BET result warns (C below 0 or above
-//               300, a correlation below 0.9975, a negative area, a range outside P/Po
-//               0.05 to 0.30); message lists why;
+//   "doubtful"  every analysis gave a result, but one warns as the single command would:
+//               BET C below 0 or above 300, a BET correlation below 0.9975, a negative
+//               area; a t-plot with a negative external area or micropore volume or area,
+//               or a correlation below 0.995; message lists why;
 //   "partial"   an analysis gave no result; message says which and why;
 //   "error"     the file could not be read; message is the reader's one-line message.
 // CSV (WriteBatchCsv): the header "file,status,adsorptive," then the columns, then
@@ -104,7 +105,8 @@ std::vector<std::string> ExpandBatchInputs(const std::vector<std::string>& files
 std::vector<SBatchRow> RunBatch(const std::vector<std::string>& files,
                                 const SBatchOptions& options);
 
-/// Writes the rows as CSV (see the top of this header); `options` gives the columns.
+/// Writes the rows as CSV (see the top of this header); `options` gives the columns. The
+/// writers throw InputError for a row whose values do not match the columns.
 void WriteBatchCsv(std::ostream& out, const std::vector<SBatchRow>& rows,
                    const SBatchOptions& options);
 /// Writes the rows as a JSON array of objects (see the top of this header).
