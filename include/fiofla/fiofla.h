@@ -50,6 +50,7 @@
 #include "fiofla/smoothderiv.h"
 
 // Calculations.
+#include "fiofla/batch.h"
 #include "fiofla/bet_range.h"
 #include "fiofla/calc_bet.h"
 #include "fiofla/datagasadsorption.h"
