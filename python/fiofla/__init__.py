@@ -30,6 +30,11 @@ from ._fiofla import (
     bet,
     tplot,
     bjh,
+    dft,
+    kernels,
+    fit,
+    FittedModel,
+    report,
 )
 from . import _results
 
@@ -42,4 +47,9 @@ __all__ = [
     "bet",
     "tplot",
     "bjh",
+    "dft",
+    "kernels",
+    "fit",
+    "FittedModel",
+    "report",
 ]

@@ -13,16 +13,27 @@
 
 #include "cli_common.h"
 #include "fiofla/io/isotherm_file.h"
+#include "fiofla/isotherm_fit.h"
 #include "result.h"
 
 namespace fiofla::py {
 
 namespace pyb = pybind11;
 
+/// A fitted isotherm model that Python can evaluate, with the units of its fit.
+struct PyModel {
+  SIsothermFit fit;
+  std::string pressureUnit, loadingUnit;
+};
+
 /// The isotherm a Python `Isotherm` holds; shared, never changed after it is made.
 struct PyIsotherm {
   std::shared_ptr<const IsothermData> data;
 };
+
+/// The isotherm an argument gives: an Isotherm, or a path read as the tool reads it (with
+/// `requirePo` false, a gas above its critical point reads without P/Po).
+std::shared_ptr<const IsothermData> IsothermArg(const pyb::handle& value, bool requirePo = true);
 
 /// Runs `f` with the GIL released: every calculation and file read goes through it.
 template <typename F>
@@ -67,5 +78,7 @@ std::shared_ptr<BetResult> MakeBetResult(std::shared_ptr<const IsothermData> iso
 void BindResults(pyb::module_& m);
 void BindIsotherm(pyb::module_& m);
 void BindPores(pyb::module_& m);
+void BindAnalyses(pyb::module_& m);
+void BindReport(pyb::module_& m);
 
 }  // namespace fiofla::py

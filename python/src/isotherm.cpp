@@ -90,9 +90,12 @@ PyIsotherm Make(const pyb::object& pressure, const pyb::object& loading,
   return PyIsotherm{std::move(data)};
 }
 
-PyIsotherm Read(const std::string& path, const std::string& format, const pyb::object& p0,
-                const pyb::object& adsorbentMolarMass, const pyb::object& materialDensity) {
+PyIsotherm Read(const pyb::object& pathLike, const std::string& format, const pyb::object& p0,
+                const pyb::object& adsorbentMolarMass, const pyb::object& materialDensity,
+                bool requirePo) {
+  const std::string path = pyb::str(pyb::module_::import("os").attr("fspath")(pathLike));
   IsothermReadOptions options = ThreadReadOptions();
+  options.requirePo = requirePo;
   if (!FormatFromName(format, &options.format)) {
     std::string names;
     for (IsothermFormat f : AllFormats())
@@ -125,6 +128,18 @@ pyb::dict Metadata(const IsothermData& iso) {
 }
 
 }  // namespace
+
+std::shared_ptr<const IsothermData> IsothermArg(const pyb::handle& value, bool requirePo) {
+  if (pyb::isinstance<PyIsotherm>(value)) return value.cast<const PyIsotherm&>().data;
+  if (!pyb::isinstance<pyb::str>(value) && !pyb::hasattr(value, "__fspath__"))
+    ThrowInput("isotherm " + pyb::repr(value).cast<std::string>() +
+               " is not an Isotherm or a file path");
+  const std::string path = pyb::str(pyb::module_::import("os").attr("fspath")(value));
+  IsothermReadOptions options = ThreadReadOptions();
+  options.requirePo = requirePo;
+  return Unlocked(
+      [&] { return std::make_shared<const IsothermData>(ReadIsothermFile(path, options)); });
+}
 
 void BindIsotherm(pyb::module_& m) {
   pyb::class_<PyIsotherm>(m, "Isotherm", R"(An adsorption isotherm, points in measured order.
@@ -198,6 +213,7 @@ pressure.)")
 
   m.def("read_isotherm", &Read, "path"_a, pyb::kw_only(), "format"_a = "auto", "p0"_a = pyb::none(),
         "adsorbent_molar_mass"_a = pyb::none(), "material_density"_a = pyb::none(),
+        "require_p0"_a = true,
         R"(Reads an isotherm file: CSV with units in its header, AIF, NIST ISODB JSON,
 pyGAPS JSON or CSV, or a fiofla measurement file (reduced on reading).
 
@@ -205,6 +221,8 @@ format: "auto" (by content), "csv", "aif", "isodb", "measurement", "pygaps", "py
 p0: Po replacing the file's, a number in mmHg or a text with its unit ("101.325kPa").
 adsorbent_molar_mass: g/mol, for loadings per formula unit.
 material_density: g/cm3, for loadings per volume of material.
+require_p0: False reads absolute pressures with no Po anywhere (a gas above its critical
+temperature) with P/Po NaN, for fits, IAST and heats.
 Raises InputError with the reader's message.)");
 }
 

@@ -50,4 +50,6 @@ PYBIND11_MODULE(_fiofla, m) {
   py::BindResults(m);
   py::BindIsotherm(m);
   py::BindPores(m);
+  py::BindAnalyses(m);
+  py::BindReport(m);
 }

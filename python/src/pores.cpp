@@ -289,11 +289,12 @@ std::shared_ptr<BjhResult> MakeBjh(std::shared_ptr<const IsothermData> data,
 void BindPores(pyb::module_& m) {
   m.def(
       "bet",
-      [](const PyIsotherm& iso, const pyb::object& range, const pyb::object& crossSection,
+      [](const pyb::object& iso, const pyb::object& range, const pyb::object& crossSection,
          const pyb::object& minPoints, const pyb::object& minR2, const pyb::object& tolerance) {
         const cli::BetSettings s =
             BetSettingsFrom(range, crossSection, minPoints, minR2, tolerance);
-        return Unlocked([&] { return MakeBetResult(iso.data, s); });
+        auto data = IsothermArg(iso);
+        return Unlocked([&] { return MakeBetResult(data, s); });
       },
       "isotherm"_a, pyb::kw_only(), "range"_a = pyb::make_tuple(0.05, 0.30),
       "cross_section"_a = 0.162, "min_points"_a = 10, "min_r2"_a = 0.995, "tolerance"_a = 0.20,
@@ -304,12 +305,13 @@ range: (lo, hi) in P/Po, or "auto" to choose it by the four consistency criteria
 Returns a BetResult: surface_area_m2_per_g, c_value, monolayer_capacity_cm3_per_g_stp, ...)");
   m.def(
       "tplot",
-      [](const PyIsotherm& iso, const std::string& thickness, const pyb::object& tRange,
+      [](const pyb::object& iso, const std::string& thickness, const pyb::object& tRange,
          const pyb::object& betArea, const pyb::object& density) {
         cli::PoreSettings s = PoreSettingsFrom(thickness, density);
         std::tie(s.tLowAngstrom, s.tHighAngstrom) = ToRange(tRange, "t_range (Å)");
         if (!betArea.is_none()) s.betAreaM2PerG = ToPositive(betArea, "bet_area (m2/g)");
-        return Unlocked([&] { return MakeTPlot(iso.data, s); });
+        auto data = IsothermArg(iso);
+        return Unlocked([&] { return MakeTPlot(data, s); });
       },
       "isotherm"_a, pyb::kw_only(), "thickness"_a = "", "t_range"_a = pyb::make_tuple(3.5, 5.0),
       "bet_area"_a = pyb::none(), "density_conversion"_a = 0.0015468,
@@ -320,7 +322,7 @@ t_range: fitted thickness range, Å. bet_area: total area, m2/g (default: BET ov
 0.05 to 0.30). density_conversion: liquid cm3 per cm3 STP (nitrogen at 77 K).)");
   m.def(
       "bjh",
-      [](const PyIsotherm& iso, const pyb::object& branch, const std::string& method,
+      [](const pyb::object& iso, const pyb::object& branch, const std::string& method,
          const std::string& thickness, const pyb::object& kelvin, const pyb::object& radiusFraction,
          const pyb::object& diameterRange, const pyb::object& density) {
         cli::PoreSettings s = PoreSettingsFrom(thickness, density);
@@ -340,7 +342,8 @@ t_range: fitted thickness range, Å. bet_area: total area, m2/g (default: BET ov
         if (!(s.radiusFraction > -1.0))
           ThrowInput("radius_fraction " + cli::Num(s.radiusFraction) + " must be > -1");
         std::tie(s.dLowAngstrom, s.dHighAngstrom) = ToRange(diameterRange, "diameter_range (Å)");
-        return Unlocked([&] { return MakeBjh(iso.data, s); });
+        auto data = IsothermArg(iso);
+        return Unlocked([&] { return MakeBjh(data, s); });
       },
       "isotherm"_a, pyb::kw_only(), "branch"_a = pyb::none(), "method"_a = "classical",
       "thickness"_a = "", "kelvin_constant"_a = 9.53, "radius_fraction"_a = 0.0,

@@ -6,7 +6,10 @@
 #include <vector>
 
 #include "cli_common.h"
+#include "dft_options.h"
 #include "fiofla/io/isotherm_file.h"
+#include "fiofla/report/report_model.h"
+#include "fit_options.h"
 #include "pore_options.h"
 
 class CTPlotCalc;
@@ -16,6 +19,14 @@ namespace fiofla::py {
 /// The name of a thickness curve as report titles show it ("Harkins and Jura").
 std::string PoreCurveTitle(const std::string& name);
 
+/// A file's name without folder and extension, as report plots name their curves.
+std::string ReportStem(const std::string& path);
+/// The two BET plots (transform, isotherm) of the calculations, overlaid when several, framed
+/// as `fiofla report` frames them; returns the last item.
+CReportDataItemBase* AddBetReportPlots(const std::vector<std::shared_ptr<CCalcBET>>& calcs,
+                                       const std::vector<CStr>& names, CReportPageData* page,
+                                       CReportDataItemBase* below);
+
 /// The SVG plots of a BET result, one after another in a <div>.
 std::string BetHtml(const IsothermData& iso, const cli::BetRun& run);
 /// The SVG plot of a t-plot.
@@ -23,6 +34,11 @@ std::string TPlotHtml(const CTPlotCalc& calc, const std::string& curve);
 /// The SVG plots of a BJH distribution.
 std::string BjhHtml(const IsothermData& iso, const cli::BjhRun& run,
                     const std::string& description);
+/// The SVG plots of a DFT distribution.
+std::string DftHtml(const cli::DftRun& run);
+struct PyModel;
+/// The SVG plots of model fits (the best three curves over the points).
+std::string FitHtml(const std::vector<PyModel>& models, const cli::FitInput& in);
 /// The isotherm plotted (the BET report's isotherm plot of its points).
 std::string IsothermHtml(const IsothermData& iso);
 

@@ -170,7 +170,6 @@ Values are attributes named as the tool's JSON keys, with their units
   FIOFLA_RESULT_CLASS(TPlotResult, "t-plot: micropore volume, external and micropore areas");
   FIOFLA_RESULT_CLASS(BjhResult, "BJH pore-size distribution of one branch");
   FIOFLA_RESULT_CLASS(DftResult, "DFT pore-size distribution");
-  FIOFLA_RESULT_CLASS(FitResult, "Isotherm-model fits, ranked");
   FIOFLA_RESULT_CLASS(IastResult, "IAST mixture adsorption");
   FIOFLA_RESULT_CLASS(HeatResult, "Isosteric heat of adsorption");
   FIOFLA_RESULT_CLASS(VirialResult, "Virial fit and heat of adsorption");

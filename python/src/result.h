@@ -70,7 +70,11 @@ struct BetResult : Result {};
 struct TPlotResult : Result {};
 struct BjhResult : Result {};
 struct DftResult : Result {};
-struct FitResult : Result {};
+struct PyModel;
+struct FitResult : Result {
+  /// Every model fitted, in rank order.
+  std::shared_ptr<std::vector<PyModel>> models;
+};
 struct IastResult : Result {};
 struct HeatResult : Result {};
 struct VirialResult : Result {};
