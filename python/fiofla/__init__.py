@@ -35,8 +35,10 @@ from ._fiofla import (
     fit,
     FittedModel,
     report,
+    batch_files,
 )
 from . import _results
+from ._batch import batch
 
 __all__ = [
     "__version__",
@@ -52,4 +54,6 @@ __all__ = [
     "fit",
     "FittedModel",
     "report",
+    "batch",
+    "batch_files",
 ]

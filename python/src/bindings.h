@@ -80,5 +80,6 @@ void BindIsotherm(pyb::module_& m);
 void BindPores(pyb::module_& m);
 void BindAnalyses(pyb::module_& m);
 void BindReport(pyb::module_& m);
+void BindBatch(pyb::module_& m);
 
 }  // namespace fiofla::py

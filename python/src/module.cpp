@@ -52,4 +52,5 @@ PYBIND11_MODULE(_fiofla, m) {
   py::BindPores(m);
   py::BindAnalyses(m);
   py::BindReport(m);
+  py::BindBatch(m);
 }
