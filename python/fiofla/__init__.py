@@ -39,6 +39,7 @@ from ._fiofla import (
 )
 from . import _results
 from ._batch import batch
+from ._tool import iast, isosteric_heat, virial, chemisorption, reduce
 
 __all__ = [
     "__version__",
@@ -56,4 +57,9 @@ __all__ = [
     "report",
     "batch",
     "batch_files",
+    "iast",
+    "isosteric_heat",
+    "virial",
+    "chemisorption",
+    "reduce",
 ]

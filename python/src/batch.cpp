@@ -1,8 +1,9 @@
 // fiofla.batch: RunBatch over files and folders, rows as `fiofla batch` writes them.
+#include "fiofla/batch.h"
+
 #include <cmath>
 
 #include "bindings.h"
-#include "fiofla/batch.h"
 
 namespace fiofla::py {
 namespace {
@@ -34,7 +35,8 @@ void BindBatch(pyb::module_& m) {
             ThrowInput("analyses is a list of names: bet, tplot, bjh");
           for (const pyb::handle a : analyses) options.analyses.push_back(pyb::str(a));
         }
-        if (jobs < 0 || jobs > 1024) ThrowInput("jobs " + std::to_string(jobs) + " is not from 0 to 1024");
+        if (jobs < 0 || jobs > 1024)
+          ThrowInput("jobs " + std::to_string(jobs) + " is not from 0 to 1024");
         options.jobs = jobs;
         if (!p0.is_none()) options.read.poMmHg = ToPressureMmHg(p0, "p0");
         const std::vector<std::string> inputs = Paths(paths);
@@ -83,7 +85,8 @@ void BindBatch(pyb::module_& m) {
       row.file = pyb::str(cells[0]);
       row.status = pyb::str(cells[1]);
       row.adsorptive = pyb::str(cells[2]);
-      for (std::size_t i = 3; i + 1 < columns.size(); ++i) row.values.push_back(cells[i].cast<double>());
+      for (std::size_t i = 3; i + 1 < columns.size(); ++i)
+        row.values.push_back(cells[i].cast<double>());
       row.message = pyb::str(cells[columns.size() - 1]);
       out.push_back(std::move(row));
     }

@@ -81,5 +81,6 @@ void BindPores(pyb::module_& m);
 void BindAnalyses(pyb::module_& m);
 void BindReport(pyb::module_& m);
 void BindBatch(pyb::module_& m);
+void BindTool(pyb::module_& m);
 
 }  // namespace fiofla::py

@@ -53,4 +53,5 @@ PYBIND11_MODULE(_fiofla, m) {
   py::BindAnalyses(m);
   py::BindReport(m);
   py::BindBatch(m);
+  py::BindTool(m);
 }

@@ -1,0 +1,171 @@
+"""Analyses of families of isotherms: IAST, isosteric heats and the virial equation,
+chemisorption, and the reduction of measurement files.
+
+They run the tool's own commands in-process (the GIL released) and read back their JSON, so
+the values and keys are those of ``fiofla iast|heat|chemi --json``. Isotherms held in Python
+are handed over as CSV files in a temporary folder; paths are used as they are.
+"""
+
+import contextlib
+import os
+import tempfile
+
+from . import _fiofla
+
+
+def _is_path(value):
+    return isinstance(value, (str, os.PathLike))
+
+
+@contextlib.contextmanager
+def _paths(isotherms):
+    """Paths of the isotherms: paths as given, Isotherms written to a temporary folder."""
+    with tempfile.TemporaryDirectory(prefix="fiofla-") as folder:
+        out = []
+        for i, iso in enumerate(isotherms):
+            if _is_path(iso):
+                out.append(os.fspath(iso))
+            elif isinstance(iso, _fiofla.Isotherm):
+                name = os.path.splitext(os.path.basename(iso.source))[0] or "isotherm"
+                path = os.path.join(folder, f"{i + 1}-{name}.csv")
+                iso.write(path, "csv")
+                out.append(path)
+            else:
+                raise _fiofla.InputError(f"isotherm {iso!r} is not an Isotherm or a file path")
+        yield out
+
+
+def _pressure(value, what):
+    if value is None:
+        return None
+    if isinstance(value, str):
+        return value
+    if isinstance(value, bool) or not isinstance(value, (int, float)):
+        raise _fiofla.InputError(f"{what} {value!r} is not a number or a pressure with a unit")
+    return repr(float(value))
+
+
+def _list(value):
+    if value is None:
+        return None
+    if isinstance(value, str):
+        return value
+    return ",".join(repr(float(v)) if not isinstance(v, str) else v for v in value)
+
+
+def _range(value, what, count=False):
+    if value is None:
+        return None
+    try:
+        parts = [repr(float(v)) for v in value[:2]] + ([str(int(value[2]))] if count else [])
+        if len(value) != (3 if count else 2):
+            raise TypeError
+    except (TypeError, ValueError):
+        shape = "(lo, hi, n)" if count else "(lo, hi)"
+        raise _fiofla.InputError(f"{what} {value!r} is not {shape}") from None
+    return ":".join(parts)
+
+
+def _options(**options):
+    args = []
+    for name, value in options.items():
+        if value is None or value is False:
+            continue
+        flag = "--" + name.replace("_", "-")
+        args += [flag] if value is True else [flag, str(value)]
+    return args
+
+
+def _run(args, kind, headline, main_table):
+    return _fiofla._run_tool([*args, "--json"], kind, headline, main_table)
+
+
+def iast(components, fractions, *, models=None, pressure=None, pressures=None,
+         compositions=None, reverse=False, pressure_unit=None, loading_unit=None, p0=None,
+         report=None):
+    """Mixture adsorption by ideal adsorbed solution theory.
+
+    components: the pure-component isotherms (Isotherm or path), each described by its
+    points or, with ``models`` (one name or None per component), by a fitted model.
+    fractions: gas mole fractions (adsorbed ones with reverse=True). One of pressure (a
+    number in the working pressure unit, or text with a unit: "65bar"), pressures=(lo, hi,
+    n) spaced in log P, or compositions=n (a binary mixture at n gas compositions).
+    Returns an IastResult: ``points`` is the table of solved points.
+    """
+    models = list(models) if models is not None else [None] * len(components)
+    if len(models) != len(components):
+        raise _fiofla.InputError(
+            f"models names {len(models)} models for {len(components)} components")
+    with _paths(components) as files:
+        args = ["iast"]
+        for path, model in zip(files, models):
+            args += ["--iso", f"{path}:{model}" if model else path]
+        args += _options(
+            fractions=_list(fractions), pressure=_pressure(pressure, "pressure"),
+            pressures=_range(pressures, "pressures", count=True),
+            compositions=compositions, reverse=bool(reverse), pressure_unit=pressure_unit,
+            loading_unit=loading_unit, p0=_pressure(p0, "p0"),
+            report=os.fspath(report) if report else None)
+        return _run(args, "iast", ["pressure_unit", "loading_unit"], "points")
+
+
+def _heat(isotherms, method, loadings, orders, p0, report, kind, headline):
+    with _paths(isotherms) as files:
+        args = ["heat", "isosteric", *files]
+        args += _options(
+            method=method, loadings=_range(loadings, "loadings", count=True),
+            orders=",".join(str(int(o)) for o in orders) if orders else None,
+            p0=_pressure(p0, "p0"), report=os.fspath(report) if report else None)
+        return _run(args, kind, headline, "points")
+
+
+def isosteric_heat(isotherms, *, loadings=None, p0=None, report=None):
+    """Isosteric heat of adsorption from isotherms at several temperatures (Clausius-
+    Clapeyron: a line through the isotherms interpolated at each loading).
+
+    loadings: (lo, hi, n) in the files' loading unit (default: 10 over the shared range).
+    Returns a HeatResult; ``points`` is the table of heats by loading.
+    """
+    return _heat(isotherms, None, loadings, None, p0, report, "heat", [])
+
+
+def virial(isotherms, *, orders=None, loadings=None, p0=None, report=None):
+    """The thermal virial equation ln P = ln N + (1/T) sum a_i N^i + sum b_j N^j fitted to
+    isotherms at several temperatures at once, and the heat of adsorption it gives.
+
+    orders: (M, K) of the sums; default chosen by AICc up to (6, 4).
+    Returns a VirialResult; ``virial`` holds the fitted equation.
+    """
+    return _heat(isotherms, "virial", loadings, orders, p0, report, "virial", [])
+
+
+def chemisorption(combined, weak=None, *, range=None, metal=None, loading=None, gas=None,
+                  stoichiometry=None, uptake=None, shape_factor=None, molar_mass=None,
+                  density=None, atom_area=None, report=None):
+    """Static chemisorption: the monolayer uptakes of the combined isotherm and, with the
+    weak (repeat) isotherm, of their difference; with metal and loading (wt%) the
+    dispersion, the metal area and the crystallite size.
+
+    range: (lo, hi) pressure range of the straight-line extrapolation, mmHg.
+    Returns a ChemisorptionResult.
+    """
+    isotherms = [combined] + ([weak] if weak is not None else [])
+    with _paths(isotherms) as files:
+        args = ["chemi", *files]
+        args += _options(
+            range=_range(range, "range"), metal=metal,
+            loading=None if loading is None else (loading if isinstance(loading, str) else repr(float(loading))),
+            gas=gas, stoichiometry=stoichiometry, uptake=uptake, shape_factor=shape_factor,
+            molar_mass=molar_mass, density=density, atom_area=atom_area,
+            report=os.fspath(report) if report else None)
+        return _run(args, "chemisorption", ["gas", "temperature_k"], "uptakes")
+
+
+def reduce(run, output=None, *, gas_dir=None):
+    """Reduces a measurement file (a raw run) to an isotherm, as ``fiofla reduce`` does, and
+    returns it as an Isotherm; with ``output`` the reduced CSV is kept there too."""
+    with tempfile.TemporaryDirectory(prefix="fiofla-") as folder:
+        path = os.fspath(output) if output else os.path.join(folder, "reduced.csv")
+        args = ["reduce", os.fspath(run), "-o", path] + _options(gas_dir=gas_dir)
+        _fiofla._run_tool_text(args)
+        return _fiofla.read_isotherm(path)

@@ -1,0 +1,109 @@
+"""iast, isosteric_heat, virial, chemisorption and reduce give the tool's values."""
+
+import math
+
+import numpy as np
+import pytest
+
+import fiofla
+from conftest import EXAMPLES, assert_same, example, run_tool, same_table
+
+R = 8.314462618
+
+
+def _same_result(result, expected):
+    for key, want in expected.items():
+        got = result[key]
+        if isinstance(want, list) and want and isinstance(want[0], dict):
+            same_table(got, want, list(want[0]), rel=1e-12)
+        elif isinstance(want, dict):
+            _same_result_dict(got, want)
+        else:
+            assert_same(result, expected, [key])
+
+
+def _same_result_dict(got, want):
+    for key, value in want.items():
+        if isinstance(value, float):
+            assert got[key] == pytest.approx(value, rel=1e-12), key
+        elif value is None:
+            assert math.isnan(got[key]), key
+        elif not isinstance(value, (dict, list)):
+            assert got[key] == value, key
+
+
+def test_iast_matches_the_tool():
+    ch4, c2h6 = example("ch4_298k_irmof1.csv"), example("c2h6_298k_irmof1.csv")
+    for args, kwargs in (
+        (["--iso", ch4 + ":langmuir", "--iso", c2h6 + ":langmuir", "--fractions", "0.5,0.5",
+          "--pressure", "65bar"],
+         dict(models=["langmuir", "langmuir"], fractions=[0.5, 0.5], pressure="65bar")),
+        (["--iso", ch4, "--iso", c2h6, "--fractions", "0.3,0.7", "--pressures", "1:50:5"],
+         dict(fractions=(0.3, 0.7), pressures=(1, 50, 5))),
+    ):
+        expected = run_tool("iast", *args)
+        result = fiofla.iast([ch4, c2h6], **kwargs)
+        assert result.ok
+        _same_result(result, expected)
+    # Isotherms held in Python give the same points as their files.
+    isos = [fiofla.read_isotherm(f, require_p0=False) for f in (ch4, c2h6)]
+    again = fiofla.iast(isos, fractions=(0.3, 0.7), pressures=(1, 50, 5))
+    assert np.allclose(again.points["total_loading"], result.points["total_loading"], rtol=1e-9)
+
+
+def test_iast_errors_carry_the_tool_message():
+    with pytest.raises(fiofla.InputError, match="fractions"):
+        fiofla.iast([example("ch4_298k_irmof1.csv"), example("c2h6_298k_irmof1.csv")],
+                    fractions=[0.5, 0.7], pressure=10)
+
+
+def _langmuir_family(folder, temperatures=(273.0, 298.0, 323.0), heat=20e3):
+    """Langmuir isotherms, q = 5 bK p / (1 + K p), K = 1e-4 exp(Q / RT) per kPa."""
+    paths = []
+    for t in temperatures:
+        k = 1e-4 * math.exp(heat / (R * t))
+        p = np.geomspace(0.5, 100.0, 15)
+        q = 5.0 * k * p / (1.0 + k * p)
+        path = folder / f"co2_{int(t)}k.csv"
+        rows = "\n".join(f"{a:.12g},{b:.12g}" for a, b in zip(p, q))
+        path.write_text(f"# adsorptive: CO2; temperature: {t} K\npressure [kPa],loading [mmol/g]\n{rows}\n")
+        paths.append(str(path))
+    return paths
+
+
+def test_isosteric_heat_and_virial_match_the_tool(tmp_path):
+    files = _langmuir_family(tmp_path)
+    expected = run_tool("heat", "isosteric", *files, "--loadings", "0.5:3:6")
+    result = fiofla.isosteric_heat(files, loadings=(0.5, 3, 6))
+    assert isinstance(result, fiofla.HeatResult) and result.ok
+    _same_result(result, expected)
+    heats = [v for k, v in result.to_dict().items() if isinstance(v, dict)]
+    assert heats or result.points
+    expected = run_tool("heat", "isosteric", *files, "--method", "virial", "--orders", "2,1")
+    result = fiofla.virial(files, orders=(2, 1))
+    assert isinstance(result, fiofla.VirialResult)
+    _same_result(result, expected)
+
+
+def test_chemisorption_matches_the_tool():
+    combined, weak = example("h2_308k_pt_combined.csv"), example("h2_308k_pt_weak.csv")
+    expected = run_tool("chemi", combined, weak, "--metal", "Pt", "--loading", "1wt%")
+    result = fiofla.chemisorption(combined, weak, metal="Pt", loading=1)
+    _same_result(result, expected)
+    assert result.active_metal["dispersion_percent"] == pytest.approx(40, abs=2)
+
+
+def test_reduce_gives_the_tools_isotherm(tmp_path):
+    import subprocess
+    from conftest import TOOL
+
+    out = tmp_path / "tool.csv"
+    subprocess.run([TOOL, "reduce", example("n2_77k_run.json"), "-o", str(out)], check=True)
+    kept = tmp_path / "kept.csv"
+    iso = fiofla.reduce(example("n2_77k_run.json"), kept)
+    assert kept.read_text() == out.read_text()
+    tool = fiofla.read_isotherm(str(out))
+    assert np.array_equal(iso.loading, tool.loading)
+    assert np.array_equal(iso.relative_pressure, tool.relative_pressure)
+    with pytest.raises(fiofla.InputError):
+        fiofla.reduce(example("n2_77k_silica.csv"))
