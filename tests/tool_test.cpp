@@ -737,7 +737,7 @@ TEST(ToolHelp, TheReadmeCommandListAndTheHelpAgree) {
   ASSERT_TRUE(inputOptions.count("--format"));
 
   for (const char* cmd :
-       {"bet", "report", "tplot", "bjh", "dft", "fit", "convert", "reduce", "simulate"}) {
+       {"bet", "report", "tplot", "bjh", "dft", "hk", "fit", "convert", "reduce", "simulate"}) {
     auto documented = OptionsIn(listed[cmd]);
     if (std::string(cmd) != "reduce" && std::string(cmd) != "simulate")
       documented.insert(inputOptions.begin(), inputOptions.end());

@@ -45,6 +45,7 @@
 
 // Classical pore analysis.
 #include "fiofla/gasbjh.h"
+#include "fiofla/gashk.h"
 #include "fiofla/gastplot.h"
 #include "fiofla/pore_distribution.h"
 #include "fiofla/smoothderiv.h"

@@ -61,5 +61,6 @@ void AddKernelCommand(CLI::App& app, Commands& commands);
 void AddDftCommand(CLI::App& app, Commands& commands);
 void AddFitCommand(CLI::App& app, Commands& commands);
 void AddHeatCommand(CLI::App& app, Commands& commands);
+void AddHkCommand(CLI::App& app, Commands& commands);
 
 }  // namespace fiofla::cli
