@@ -126,4 +126,19 @@ TEST(ToolHk, BadArgumentsAndInputsAreNamed) {
   EXPECT_EQ(RunTool({"hk", fx / "co2.csv", "--adsorbate", "nitrogen"}).code, 0);
 }
 
+TEST(ToolHk, ReportPage) {
+  const Fixture fx;
+  const ToolRun r = RunTool({"report", fx / "ar.csv", "--hk", "cylinder,zeolite"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_NE(r.out.find("Horvath-Kawazoe report: " + fx / "ar.csv"), std::string::npos);
+  EXPECT_NE(r.out.find("cylinder pores, hk method, argon on zeolite at 87.3 K"), std::string::npos);
+  EXPECT_NE(r.out.find("Median pore width"), std::string::npos);
+  EXPECT_NE(r.out.find("Horvath-Kawazoe Points"), std::string::npos);
+  // Without --hk no page; a bad part of the value is named.
+  EXPECT_EQ(RunTool({"report", fx / "ar.csv"}).out.find("Horvath-Kawazoe"), std::string::npos);
+  const ToolRun bad = RunTool({"report", fx / "ar.csv", "--hk", "slit,graphite"});
+  EXPECT_EQ(bad.code, 2);
+  EXPECT_NE(bad.err.find("'graphite' is no geometry"), std::string::npos) << bad.err;
+}
+
 }  // namespace

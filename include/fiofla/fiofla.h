@@ -64,6 +64,7 @@
 #include "fiofla/report_bet.h"
 #include "fiofla/report_dft.h"
 #include "fiofla/report_fit.h"
+#include "fiofla/report_hk.h"
 #include "fiofla/report_pores.h"
 
 // DFT kernels: the catalogue, and the density-functional engine that makes them.

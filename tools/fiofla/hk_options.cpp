@@ -142,11 +142,13 @@ void ParseHkSpec(const std::string& text, HkSettings& s) {
       s.method = m;
     else if (FindHKSurface(part) != nullptr)
       s.adsorbent = FindHKSurface(part)->name;
+    else if (FindHKAdsorbate(part) != nullptr)
+      s.adsorbate = FindHKAdsorbate(part)->molecule.name;
     else
       throw UsageError{"--hk '" + text + "': '" + part +
                        "' is no geometry (slit, cylinder, sphere), method (hk, cheng-yang, "
-                       "rege-yang) or adsorbent (" +
-                       SurfaceNames() + ")"};
+                       "rege-yang), adsorbent (" +
+                       SurfaceNames() + ") or adsorbate (" + AdsorbateNames() + ")"};
   }
 }
 
@@ -161,8 +163,8 @@ HkRun RunHkOn(const IsothermData& iso, const HkSettings& s) {
     adsorbate = FindHKAdsorbate(iso.info.adsorptive);
     if (adsorbate == nullptr && !s.adsorbateConstants)
       throw UsageError{"the isotherm's adsorptive '" + iso.info.adsorptive +
-                       "' has no Horvath-Kawazoe constants here; give --adsorbate (" +
-                       AdsorbateNames() + ") or --adsorbate-constants"};
+                       "' has no Horvath-Kawazoe constants here; name the adsorbate (" +
+                       AdsorbateNames() + ") or give its constants"};
   }
   if (adsorbate == nullptr) adsorbate = &HKAdsorbates()[0];
 

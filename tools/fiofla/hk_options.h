@@ -32,8 +32,9 @@ struct HkSettings {
 /// Declares --geometry, --method, --adsorbent, --adsorbate, --adsorbent-constants,
 /// --adsorbate-constants, --max-p-rel, --max-width and --density-conversion.
 void AddHkOptions(CLI::App* cmd, HkSettings& s);
-/// Reads the value of `fiofla report --hk`: a geometry, a method and an adsorbent, any of them,
-/// in any order, separated by commas ("cylinder,cheng-yang,zeolite"); throws UsageError.
+/// Reads the value of `fiofla report --hk`: a geometry, a method, an adsorbent and an
+/// adsorbate, any of them, in any order, separated by commas ("cylinder,cheng-yang,zeolite");
+/// throws UsageError.
 void ParseHkSpec(const std::string& text, HkSettings& s);
 
 /// One Horvath-Kawazoe analysis as the tool runs it.
