@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <string>
 #include <vector>
 
 #include "fiofla/gashk.h"
@@ -11,8 +12,8 @@ namespace {
 
 using fiofla::HKGeometry;
 
-const char* Label(HKGeometry g, bool layered) {
-  return layered ? "slit, Rege-Yang" : fiofla::HKGeometryName(g);
+std::string Label(HKGeometry g, bool layered) {
+  return std::string(fiofla::HKGeometryName(g)) + (layered ? ", Rege-Yang" : "");
 }
 
 // Args: geometry (0 slit, 1 cylinder, 2 sphere), layered (Rege-Yang). Widths of 4 to 20 Å
@@ -37,6 +38,8 @@ BENCHMARK(BM_HKWidthPerPoint)
     ->Args({1, 0})
     ->Args({2, 0})
     ->Args({0, 1})
+    ->Args({1, 1})
+    ->Args({2, 1})
     ->Unit(benchmark::kMicrosecond);
 
 // Arg: geometry. The potential alone: its 256-width table up to 100 Å and the narrowest pore.

@@ -52,10 +52,9 @@ void CHKCalc::Calculate(SInput const& in) {
     return;
   }
   const bool layered = in.m_Method == HKMethod::kRegeYang;
-  if (!Known(in.m_Geometry) || !Known(in.m_Method) ||
-      (layered && in.m_Geometry != fiofla::HKGeometry::kSlit) ||
-      !PositiveFinite(in.m_MaxRelPress) || !PositiveFinite(in.m_MaxWidth) ||
-      !(in.m_LangmuirCapacity >= 0.0) || !std::isfinite(in.m_LangmuirCapacity)) {
+  if (!Known(in.m_Geometry) || !Known(in.m_Method) || !PositiveFinite(in.m_MaxRelPress) ||
+      !PositiveFinite(in.m_MaxWidth) || !(in.m_LangmuirCapacity >= 0.0) ||
+      !std::isfinite(in.m_LangmuirCapacity)) {
     m_Status = STATUS_BAD_SETTINGS;
     return;
   }
@@ -208,8 +207,8 @@ char const* HKStatusText(int status) {
     case CHKCalc::STATUS_BAD_DENSITY:
       return "the density conversion is not a positive number";
     case CHKCalc::STATUS_BAD_SETTINGS:
-      return "the geometry, method or ranges are not usable (the Rege-Yang method is for slit "
-             "pores only; the P/Po range and the largest width must be positive)";
+      return "the geometry or method is unknown, or the P/Po range or the largest width is "
+             "not a positive number";
     case CHKCalc::STATUS_NO_CAPACITY:
       return "no Langmuir capacity for the Cheng-Yang correction: (P/Po)/q against P/Po has no "
              "positive slope";

@@ -63,9 +63,10 @@ double SlitMean(double sigma, double d0, double x) {
   return -s4 / 3.0 * s3 / (x3 * d3) + s10 / 9.0 * s9 / (x9 * d9);
 }
 
-// Saito-Foley sum at x = d0/r, summed until past its largest term both parts fall below
-// 1e-15 of the sum.
-double SaitoFoleySum(double x, std::size_t* terms) {
+// Σ_k (1-x)^(2k) w_k [21/32 α_k x¹⁰ - β_k x⁴], w_k = 1/(k+1) when `averaged` (Saito-Foley's
+// mean over the cross-section), else 1 (one radial position, Rege-Yang); summed until, past
+// its largest term, both parts fall below 1e-15 of the sum.
+double CylinderSum(double x, bool averaged, std::size_t* terms) {
   const double b2 = (1.0 - x) * (1.0 - x);
   const double x4 = x * x * x * x, x10 = 21.0 / 32.0 * x4 * x4 * x * x;
   double sum = x10 - x4, alpha = 1.0, beta = 1.0, power = 1.0;
@@ -76,14 +77,28 @@ double SaitoFoleySum(double x, std::size_t* terms) {
     alpha *= ((kk + 4.5) / kk) * ((kk + 4.5) / kk);
     beta *= ((kk + 1.5) / kk) * ((kk + 1.5) / kk);
     power *= b2;
-    const double ta = alpha * power * x10 / (kk + 1.0), tb = beta * power * x4 / (kk + 1.0);
+    const double weight = averaged ? power / (kk + 1.0) : power;
+    const double ta = alpha * weight * x10, tb = beta * weight * x4;
     sum += ta - tb;
     if (ta <= lastA && tb <= lastB && std::max(ta, tb) <= 1e-15 * std::fabs(sum)) break;
     lastA = ta;
     lastB = tb;
   }
-  if (terms != nullptr) *terms = k + 1;
+  if (terms != nullptr) *terms += k + 1;
   return sum;
+}
+
+// Rege-Yang sphere layer at x = d/R, b = 1 - x: a¹²/(10b) [(1-b)^-10 - (1+b)^-10] -
+// a⁶/(4b) [(1-b)^-4 - (1+b)^-4].
+double SphereLayer(double x) {
+  const double b = 1.0 - x;
+  // [(1-b)^-n - (1+b)^-n] / b, by its series 2n + n(n+1)(n+2)/3 b² at the centre.
+  auto ratio = [b](int n) {
+    if (b < 1e-6) return 2.0 * n + n * (n + 1.0) * (n + 2.0) / 3.0 * b * b;
+    return (std::pow(1.0 - b, -n) - std::pow(1.0 + b, -n)) / b;
+  };
+  const double x6 = std::pow(x, 6);
+  return x6 * x6 / 10.0 * ratio(10) - x6 / 4.0 * ratio(4);
 }
 
 // Cheng-Yang sphere bracket: x¹² (T8/80 - T9/90) + x⁶ (T3/12 - T2/8), T_n = (1+a)^-n - (1-a)^-n.
@@ -190,9 +205,8 @@ HKPotential::HKPotential(HKGeometry geometry, bool layered, HKMolecule const& ad
     : m_Geometry(geometry), m_Layered(layered), m_Temperature(temperatureK) {
   const bool knownGeometry = geometry == HKGeometry::kSlit || geometry == HKGeometry::kCylinder ||
                              geometry == HKGeometry::kSphere;
-  if (!knownGeometry || (layered && geometry != HKGeometry::kSlit) || !Usable(adsorbate) ||
-      !Usable(surface) || !(temperatureK > 0.0) || !std::isfinite(temperatureK) ||
-      !(maxWidthAngstrom > 0.0) || !std::isfinite(maxWidthAngstrom))
+  if (!knownGeometry || !Usable(adsorbate) || !Usable(surface) || !(temperatureK > 0.0) ||
+      !std::isfinite(temperatureK) || !(maxWidthAngstrom > 0.0) || !std::isfinite(maxWidthAngstrom))
     return;
   m_Da = adsorbate.diameterAngstrom;
   m_Ds = surface.diameterAngstrom;
@@ -211,6 +225,12 @@ HKPotential::HKPotential(HKGeometry geometry, bool layered, HKMolecule const& ad
     m_ScaleAdsorbate = nrt * m_Na * m_Aa / (2.0 * std::pow(m_SigmaA * kAngstrom, 4));
   } else if (geometry == HKGeometry::kCylinder) {
     m_Scale = 0.75 * kPi * nrt * both / std::pow(m_D0 * kAngstrom, 4);
+    m_ScaleSurface = 0.75 * kPi * nrt * m_Ns * m_As / std::pow(m_D0 * kAngstrom, 4);
+    m_ScaleAdsorbate = 0.75 * kPi * nrt * m_Na * m_Aa / std::pow(m_Da * kAngstrom, 4);
+  } else if (layered) {
+    // 2 N ε with N = 4π R² n and ε = A / (4 d⁶); the R² factors are applied per layer.
+    m_ScaleSurface = nrt * 2.0 * 4.0 * kPi * m_Ns * m_As / (4.0 * std::pow(m_D0 * kAngstrom, 6));
+    m_ScaleAdsorbate = nrt * 2.0 * 4.0 * kPi * m_Na * m_Aa / (4.0 * std::pow(m_Da * kAngstrom, 6));
   } else {
     // 6 N ε with N = 4π L² n and ε = A / (4 d⁶); the L² factors are applied per width.
     m_ScaleSurface = nrt * 6.0 * 4.0 * kPi * m_Ns * m_As / (4.0 * std::pow(m_D0 * kAngstrom, 6));
@@ -276,8 +296,10 @@ double HKPotential::AtCharacteristic(double length, std::size_t* terms) const {
       return (2.0 * (wall + layer) + (layers - 2.0) * 2.0 * layer) / layers;
     }
     case HKGeometry::kCylinder:
-      return m_Scale * SaitoFoleySum(std::min(1.0, m_D0 / length), terms);
+      if (m_Layered) return Layers(length, terms);
+      return m_Scale * CylinderSum(std::min(1.0, m_D0 / length), true, terms);
     case HKGeometry::kSphere: {
+      if (m_Layered) return Layers(length, terms);
       const double inner = length - m_D0;
       const double n1 = m_ScaleSurface * std::pow(length * kAngstrom, 2);
       const double n2 = m_ScaleAdsorbate * std::pow(inner * kAngstrom, 2);
@@ -285,6 +307,38 @@ double HKPotential::AtCharacteristic(double length, std::size_t* terms) const {
     }
   }
   return kNaN;
+}
+
+// Rege-Yang cylinder and sphere: M = int((w/d_a - 1)/2) + 1 concentric layers, the first at
+// d0 from the wall, the others d_a apart; layer i (from 2) feels the layer outside it at d_a.
+// The mean is weighted by the molecules in each layer: π / asin(d_a / (2 ρ_i)) around a
+// cylinder's circle of radius ρ_i, 4π ρ_i² n_a on a sphere.
+double HKPotential::Layers(double length, std::size_t* terms) const {
+  const double w = Width(length);
+  const int layers = static_cast<int>(std::floor((w / m_Da - 1.0) / 2.0)) + 1;
+  const bool cylinder = m_Geometry == HKGeometry::kCylinder;
+  double sum = 0.0, weights = 0.0, first = 0.0;
+  for (int i = 1; i <= std::max(layers, 1); ++i) {
+    const double rho = length - m_D0 - (i - 1) * m_Da;  // the layer's radius, Å
+    const double outer = i == 1 ? length : rho + m_Da;  // the radius of what it feels, Å
+    const double x = std::min(1.0, (i == 1 ? m_D0 : m_Da) / outer);
+    double e;
+    if (cylinder)
+      e = (i == 1 ? m_ScaleSurface : m_ScaleAdsorbate) * CylinderSum(x, false, terms);
+    else
+      e = (i == 1 ? m_ScaleSurface : m_ScaleAdsorbate) * std::pow(outer * kAngstrom, 2) *
+          SphereLayer(x);
+    double n;
+    if (cylinder)
+      n = 2.0 * rho >= m_Da ? kPi / std::asin(m_Da / (2.0 * rho)) : 1.0;
+    else
+      n = rho * rho;
+    if (i == 1) first = e;
+    sum += n * e;
+    weights += n;
+  }
+  // A sphere of one layer shrunk to its centre holds one molecule, weighted 0 above.
+  return weights > 0.0 ? sum / weights : first;
 }
 
 double HKPotential::LnRelPress(double w) const {

@@ -20,11 +20,18 @@
 //   N1 = 4π r² n_s, N2 = 4π (r-d0)² n_a, ε_s = A_s/(4 d0⁶), ε_a = A_a/(4 d_a⁶); w = 2r - d_s.
 // - Cheng-Yang correction (Cheng and Yang 1994) for a Langmuir-shaped rather than a linear
 //   isotherm: ln(P/Po) = N_A Φ/RT - [1 + ln(1-θ)/θ], θ = q/q_m the fractional filling.
-// - Rege-Yang (Rege and Yang 2000), slit only: molecules sit in M = w/d_a layers. Below two
+// - Rege-Yang (Rege and Yang 2000): molecules sit in layers. Slit, M = w/d_a: below two
 //   layers one molecule feels both walls at d0 and l - d0; from two layers on the mean is
 //   [2 ε_hgg + (M-2) ε_ggg]/M, ε_hgg a wall at d0 plus a layer of adsorbate at d_a, ε_ggg two
 //   adsorbate layers at d_a, each wall or layer a 10-4 potential n A/(2σ⁴)[(σ/z)¹⁰ - (σ/z)⁴].
-//   The layered cylinder and sphere are not implemented (status STATUS_BAD_SETTINGS).
+//   Cylinder and sphere, M = int((w/d_a - 1)/2) + 1 concentric layers of radius
+//   ρ_1 = r - d0, ρ_i = ρ_(i-1) - d_a, each feeling only what lies outside it at distance
+//   d (d0 from the wall for the first, d_a from the layer before for the others), x = d/R
+//   with R = ρ_i + d: cylinder ε_i = 3/4 π n A/d⁴ Σ_k (1-x)^(2k) [21/32 α_k x¹⁰ - β_k x⁴];
+//   sphere ε_i = 2 N ε [x¹²/(10b) ((1-b)^-10 - (1+b)^-10) - x⁶/(4b) ((1-b)^-4 - (1+b)^-4)],
+//   b = 1 - x, N = 4π R² n, ε = A/(4d⁶). The mean is weighted by the molecules per layer:
+//   π / asin(d_a/(2ρ_i)) around a cylinder (1 when the circle is narrower than d_a),
+//   4π ρ_i² n_a on a sphere.
 // Cost: a fixed table of 256 widths per calculation; per point a bracket from the table and
 // TOMS 748 (Alefeld, Potra and Shi 1995) on ln(P/Po) to full double precision, about ten
 // evaluations of Φ (the cylinder series adds tens to hundreds of terms to each).
@@ -46,8 +53,9 @@
 //   (l = 2d0, r = d0), the sphere at the minimum of its potential (Φ is 0 at r = d0).
 //   A point below its pressure, or above the pressure of the largest width searched
 //   (m_MaxWidth), has no width and is listed in GetDroppedPoints. Where Φ is not monotone
-//   the smallest width that solves the equation is taken. The Rege-Yang potential jumps at
-//   two layers (w = 2 d_a); a pressure inside the jump is given the jump's width.
+//   the smallest width that solves the equation is taken. The Rege-Yang potentials jump where
+//   the number of layers changes (the slit at w = 2 d_a); a pressure inside a jump is given
+//   the jump's width.
 // - Cheng-Yang: q_m is m_LangmuirCapacity when positive, else the Langmuir capacity of the
 //   points in range with q > 0: the line (P/Po)/q = 1/(K q_m) + (P/Po)/q_m multiplied by q,
 //   P/Po = q/(K q_m) + q (P/Po)/q_m, fitted by least squares (so points of tiny q, whose
@@ -83,7 +91,7 @@ enum class HKGeometry : int {
 enum class HKMethod : int {
   kHorvathKawazoe = 0,  ///< the mean potential alone (linear isotherm)
   kChengYang = 1,       ///< plus the Cheng-Yang term of the Langmuir isotherm
-  kRegeYang = 2,        ///< layer-by-layer potential (Rege and Yang 2000), slit only
+  kRegeYang = 2,        ///< layer-by-layer potential (Rege and Yang 2000)
 };
 
 /// Physical constants of an adsorbate molecule or a surface atom, for the dispersion constants.
@@ -141,8 +149,7 @@ class HKPotential {
   /// Not valid: widths are NaN.
   HKPotential() = default;
   /// The potential of `geometry` (Rege-Yang layers when `layered`), at `temperatureK`; widths
-  /// searched up to `maxWidthAngstrom`. Not valid when a constant is not positive and finite,
-  /// or layered is asked for another geometry than the slit.
+  /// searched up to `maxWidthAngstrom`. Not valid when a constant is not positive and finite.
   HKPotential(HKGeometry geometry, bool layered, HKMolecule const& adsorbate,
               HKMolecule const& surface, double temperatureK, double maxWidthAngstrom = 100.0);
 
@@ -159,7 +166,8 @@ class HKPotential {
   /// The largest width searched, Å, and the largest ln(P/Po) reached below it.
   double MaxWidth() const { return m_MaxWidth; }
   double MaxLnRelPress() const { return m_MaxLn; }
-  /// Terms of the cylinder series summed at width w (0 for the other geometries).
+  /// Terms of the cylinder series summed at width w, all layers' together (0 for the other
+  /// geometries).
   std::size_t SeriesTerms(double widthAngstrom) const;
 
  private:
@@ -167,6 +175,7 @@ class HKPotential {
   double Characteristic(double widthAngstrom) const;
   double Width(double characteristic) const;
   double AtCharacteristic(double length, std::size_t* terms) const;
+  double Layers(double length, std::size_t* terms) const;
 
   bool m_Valid = false;
   HKGeometry m_Geometry = HKGeometry::kSlit;
@@ -223,7 +232,7 @@ class CHKCalc {
   static constexpr int STATUS_BAD_TEMPERATURE = 3;
   /// Density conversion not positive and finite.
   static constexpr int STATUS_BAD_DENSITY = 4;
-  /// Geometry or method unknown, Rege-Yang for a cylinder or sphere, or a range not positive.
+  /// Geometry or method unknown, or a range not positive.
   static constexpr int STATUS_BAD_SETTINGS = 5;
   /// Cheng-Yang: no Langmuir capacity (the line has no positive slope).
   static constexpr int STATUS_NO_CAPACITY = 6;

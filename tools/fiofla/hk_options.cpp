@@ -73,7 +73,7 @@ void AddHkOptions(CLI::App* cmd, HkSettings& s) {
   cmd->add_option_function<std::string>(
          "--method", [&s](const std::string& v) { SetMethod("--method", v, s); },
          "hk (the mean potential, default), cheng-yang (with the correction for a\n"
-         "Langmuir-shaped isotherm) or rege-yang (molecules in layers; slit pores only)")
+         "Langmuir-shaped isotherm) or rege-yang (molecules in layers)")
       ->type_name("M");
   cmd->add_option_function<std::string>(
          "--adsorbent", [&s](const std::string& v) { SetAdsorbent("--adsorbent", v, s); },
@@ -153,9 +153,6 @@ void ParseHkSpec(const std::string& text, HkSettings& s) {
 }
 
 HkRun RunHkOn(const IsothermData& iso, const HkSettings& s) {
-  if (s.method == HKMethod::kRegeYang && s.geometry != HKGeometry::kSlit)
-    throw UsageError{std::string("the rege-yang method is for slit pores only, not for ") +
-                     HKGeometryName(s.geometry) + " pores"};
   HKAdsorbate const* adsorbate = nullptr;
   if (!s.adsorbate.empty()) {
     adsorbate = FindHKAdsorbate(s.adsorbate);
