@@ -256,7 +256,7 @@ TEST(HKPotential, WidthAtInvertsThePotentialOnItsBranch) {
     EXPECT_TRUE(std::isnan(pot.WidthAt(pot.MaxLnRelPress() + 0.01)));
     EXPECT_TRUE(std::isnan(pot.WidthAt(std::nan(""))));
   }
-  // Slit and cylinder are narrowest at their smallest size. Rege-Yang jumps at two layers
+  // The slit is narrowest at its smallest size. Rege-Yang jumps at two layers
   // (6 Å for nitrogen); a pressure inside the jump gets the jump's width.
   EXPECT_DOUBLE_EQ(potentials[0].MinWidth(), n2.diameterAngstrom);
   const HKPotential& ry = potentials[3];

@@ -35,8 +35,9 @@
 // Cost: a fixed table of 256 widths per calculation; per point a bracket from the table and
 // TOMS 748 (Alefeld, Potra and Shi 1995) on ln(P/Po) to full double precision, about ten
 // evaluations of Φ (the cylinder series adds tens to hundreds of terms to each).
-// Guarantees: each width solves its equation to the last bits of ln(P/Po); solved widths grow
-// with pressure; the cumulative volume at a width is the liquid volume adsorbed at its point.
+// Guarantees: each width solves its equation to the last bits of ln(P/Po) (but for a pressure
+// inside a Rege-Yang jump, below); solved widths grow with pressure; the cumulative volume at
+// a width is the liquid volume adsorbed at its point.
 //
 // Choices made here (documented so callers can rely on them):
 // - Parameter sets: nitrogen and the carbon surface are the values of Horvath and Kawazoe
@@ -49,9 +50,10 @@
 //   widths differ from these); any set can be given instead through SInput.
 // - The liquid volume of a loading is q x m_DensityConversion, cm³ liquid per cm³ STP
 //   (nitrogen at 77 K: 34.67 cm³/mol liquid / 22414 cm³/mol gas = 0.0015468).
-// - The narrowest pore is where Φ is lowest: the slit and cylinder at their smallest size
-//   (l = 2d0, r = d0), the sphere at the minimum of its potential (Φ is 0 at r = d0).
-//   A point below its pressure, or above the pressure of the largest width searched
+// - The narrowest pore is where Φ is lowest, found on the table and placed by Brent's
+//   minimisation: the Horvath-Kawazoe slit at its smallest size (l = 2d0, w = d_a), the
+//   cylinder and sphere a little wider (the sphere's Φ is 0 at r = d0; the table starts at
+//   1.01 d0). A point below its pressure, or above the pressure of the largest width searched
 //   (m_MaxWidth), has no width and is listed in GetDroppedPoints. Where Φ is not monotone
 //   the smallest width that solves the equation is taken. The Rege-Yang potentials jump where
 //   the number of layers changes (the slit at w = 2 d_a); a pressure inside a jump is given
