@@ -202,7 +202,7 @@ bool HKMethodFromName(std::string const& name, HKMethod& out) {
 
 HKPotential::HKPotential(HKGeometry geometry, bool layered, HKMolecule const& adsorbate,
                          HKMolecule const& surface, double temperatureK, double maxWidthAngstrom)
-    : m_Geometry(geometry), m_Layered(layered), m_Temperature(temperatureK) {
+    : m_Geometry(geometry), m_Layered(layered) {
   const bool knownGeometry = geometry == HKGeometry::kSlit || geometry == HKGeometry::kCylinder ||
                              geometry == HKGeometry::kSphere;
   if (!knownGeometry || !Usable(adsorbate) || !Usable(surface) || !(temperatureK > 0.0) ||
@@ -213,28 +213,28 @@ HKPotential::HKPotential(HKGeometry geometry, bool layered, HKMolecule const& ad
   m_D0 = 0.5 * (m_Da + m_Ds);
   m_Sigma = kSigmaRatio * m_D0;
   m_SigmaA = kSigmaRatio * m_Da;
-  m_Ns = surface.surfaceDensityPerCm2 * kPerCm2ToPerM2;
-  m_Na = adsorbate.surfaceDensityPerCm2 * kPerCm2ToPerM2;
-  m_As = KirkwoodMullerSurface(adsorbate, surface);
-  m_Aa = KirkwoodMullerAdsorbate(adsorbate);
+  const double ns = surface.surfaceDensityPerCm2 * kPerCm2ToPerM2;    // 1/m²
+  const double na = adsorbate.surfaceDensityPerCm2 * kPerCm2ToPerM2;  // 1/m²
+  const double as = KirkwoodMullerSurface(adsorbate, surface);        // J m⁶
+  const double aa = KirkwoodMullerAdsorbate(adsorbate);               // J m⁶
   const double nrt = kAvogadro / (kGasConstant * temperatureK);
-  const double both = m_Ns * m_As + m_Na * m_Aa;
+  const double both = ns * as + na * aa;
   if (geometry == HKGeometry::kSlit) {
     m_Scale = nrt * both / std::pow(m_Sigma * kAngstrom, 4);
-    m_ScaleSurface = nrt * m_Ns * m_As / (2.0 * std::pow(m_Sigma * kAngstrom, 4));
-    m_ScaleAdsorbate = nrt * m_Na * m_Aa / (2.0 * std::pow(m_SigmaA * kAngstrom, 4));
+    m_ScaleSurface = nrt * ns * as / (2.0 * std::pow(m_Sigma * kAngstrom, 4));
+    m_ScaleAdsorbate = nrt * na * aa / (2.0 * std::pow(m_SigmaA * kAngstrom, 4));
   } else if (geometry == HKGeometry::kCylinder) {
     m_Scale = 0.75 * kPi * nrt * both / std::pow(m_D0 * kAngstrom, 4);
-    m_ScaleSurface = 0.75 * kPi * nrt * m_Ns * m_As / std::pow(m_D0 * kAngstrom, 4);
-    m_ScaleAdsorbate = 0.75 * kPi * nrt * m_Na * m_Aa / std::pow(m_Da * kAngstrom, 4);
+    m_ScaleSurface = 0.75 * kPi * nrt * ns * as / std::pow(m_D0 * kAngstrom, 4);
+    m_ScaleAdsorbate = 0.75 * kPi * nrt * na * aa / std::pow(m_Da * kAngstrom, 4);
   } else if (layered) {
     // 2 N ε with N = 4π R² n and ε = A / (4 d⁶); the R² factors are applied per layer.
-    m_ScaleSurface = nrt * 2.0 * 4.0 * kPi * m_Ns * m_As / (4.0 * std::pow(m_D0 * kAngstrom, 6));
-    m_ScaleAdsorbate = nrt * 2.0 * 4.0 * kPi * m_Na * m_Aa / (4.0 * std::pow(m_Da * kAngstrom, 6));
+    m_ScaleSurface = nrt * 2.0 * 4.0 * kPi * ns * as / (4.0 * std::pow(m_D0 * kAngstrom, 6));
+    m_ScaleAdsorbate = nrt * 2.0 * 4.0 * kPi * na * aa / (4.0 * std::pow(m_Da * kAngstrom, 6));
   } else {
     // 6 N ε with N = 4π L² n and ε = A / (4 d⁶); the L² factors are applied per width.
-    m_ScaleSurface = nrt * 6.0 * 4.0 * kPi * m_Ns * m_As / (4.0 * std::pow(m_D0 * kAngstrom, 6));
-    m_ScaleAdsorbate = nrt * 6.0 * 4.0 * kPi * m_Na * m_Aa / (4.0 * std::pow(m_Da * kAngstrom, 6));
+    m_ScaleSurface = nrt * 6.0 * 4.0 * kPi * ns * as / (4.0 * std::pow(m_D0 * kAngstrom, 6));
+    m_ScaleAdsorbate = nrt * 6.0 * 4.0 * kPi * na * aa / (4.0 * std::pow(m_Da * kAngstrom, 6));
   }
 
   // The smallest size each geometry's formula admits; the sphere's potential is 0 at r = d0

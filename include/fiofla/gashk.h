@@ -114,6 +114,7 @@ struct HKMolecule {
 
 /// An adsorbate's constants with its liquid density and usual temperature.
 struct HKAdsorbate {
+  /// Diameter, polarisability, susceptibility and surface density of the molecule.
   HKMolecule molecule;
   /// Liquid volume per gas volume at STP, cm³ liquid / cm³ STP.
   double densityConversion = 0.0;
@@ -182,12 +183,10 @@ class HKPotential {
   bool m_Valid = false;
   HKGeometry m_Geometry = HKGeometry::kSlit;
   bool m_Layered = false;
-  double m_Da = 0.0, m_Ds = 0.0, m_D0 = 0.0;              // Å
-  double m_Sigma = 0.0, m_SigmaA = 0.0;                   // Å
-  double m_Scale = 0.0;                                   // N_A/RT times the geometry's energy, 1
-  double m_ScaleSurface = 0.0, m_ScaleAdsorbate = 0.0;    // the same per part
-  double m_Temperature = 0.0;                             // K
-  double m_Ns = 0.0, m_Na = 0.0, m_As = 0.0, m_Aa = 0.0;  // 1/m², J m⁶
+  double m_Da = 0.0, m_Ds = 0.0, m_D0 = 0.0;            // Å
+  double m_Sigma = 0.0, m_SigmaA = 0.0;                 // Å
+  double m_Scale = 0.0;                                 // N_A/RT times the geometry's energy, 1
+  double m_ScaleSurface = 0.0, m_ScaleAdsorbate = 0.0;  // the same per part
   double m_MinWidth = kNaN, m_MinLn = kNaN, m_MaxWidth = kNaN, m_MaxLn = kNaN;
   std::vector<double> m_TableLength, m_TableLn;  // characteristic lengths Å, ln(P/Po)
   std::size_t m_First = 0;                       // table entry of the narrowest pore
