@@ -207,8 +207,8 @@ char const* HKStatusText(int status) {
     case CHKCalc::STATUS_BAD_DENSITY:
       return "the density conversion is not a positive number";
     case CHKCalc::STATUS_BAD_SETTINGS:
-      return "the geometry or method is unknown, or the P/Po range or the largest width is "
-             "not a positive number";
+      return "the geometry or method is unknown, the P/Po range is not a positive number, or "
+             "the largest width searched is not above the narrowest pore";
     case CHKCalc::STATUS_NO_CAPACITY:
       return "no Langmuir capacity for the Cheng-Yang correction: (P/Po)/q against P/Po has no "
              "positive slope";

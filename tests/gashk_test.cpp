@@ -395,6 +395,10 @@ TEST(HKCalc, BadInputsGiveStatusesAndMessages) {
   in.m_MaxRelPress = -0.1;
   EXPECT_EQ(status(in), CHKCalc::STATUS_BAD_SETTINGS);
   in = good;
+  in.m_MaxWidth = 2.0;  // below nitrogen's narrowest slit, 3 Å
+  EXPECT_EQ(status(in), CHKCalc::STATUS_BAD_SETTINGS);
+  EXPECT_NE(text(CHKCalc::STATUS_BAD_SETTINGS).find("narrowest pore"), std::string::npos);
+  in = good;
   in.m_Method = HKMethod::kChengYang;
   for (double& q : in.m_QtyAdsorbed) q = 0.0;  // nothing adsorbed: no Langmuir capacity
   EXPECT_EQ(status(in), CHKCalc::STATUS_NO_CAPACITY);

@@ -233,7 +233,8 @@ class CHKCalc {
   static constexpr int STATUS_BAD_TEMPERATURE = 3;
   /// Density conversion not positive and finite.
   static constexpr int STATUS_BAD_DENSITY = 4;
-  /// Geometry or method unknown, or a range not positive.
+  /// Geometry or method unknown, P/Po range not positive, or m_MaxWidth not above the
+  /// narrowest pore.
   static constexpr int STATUS_BAD_SETTINGS = 5;
   /// Cheng-Yang: no Langmuir capacity (the line has no positive slope).
   static constexpr int STATUS_NO_CAPACITY = 6;
