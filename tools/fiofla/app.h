@@ -63,5 +63,6 @@ void AddFitCommand(CLI::App& app, Commands& commands);
 void AddHeatCommand(CLI::App& app, Commands& commands);
 void AddIastCommand(CLI::App& app, Commands& commands);
 void AddChemiCommand(CLI::App& app, Commands& commands);
+void AddHkCommand(CLI::App& app, Commands& commands);
 
 }  // namespace fiofla::cli
