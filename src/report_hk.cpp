@@ -13,12 +13,6 @@ namespace {
 constexpr int kLayoutLeft = 75;
 constexpr int kLayoutRight = 775;
 
-CNumVector<double> Vector(std::vector<double> const& v) {
-  CNumVector<double> out(v.size());
-  for (std::size_t i = 0; i < v.size(); ++i) out[i] = v[i];
-  return out;
-}
-
 CReportGraphData* Graph(CReportPageData* page, const char* title, const char* xTitle,
                         const char* yTitle, bool logX, CReportDataItemBase* below) {
   CRSGraphAxisData::SSetup x;
@@ -93,22 +87,24 @@ CReportDataItemBase* AddHkSection(CHKCalc const& calc, CStr const& description,
   calc.GetPoreWidths(w);
   calc.GetAverageWidths(avg);
   calc.GetDifferentialVolume(dif);
-  const CNumVector<double> widths = Vector(calc.GetWidths());
+  const CNumVector<double> widths = detail::ToNum(calc.GetWidths());
   CReportGraphData* cum = Graph(page, "Horvath-Kawazoe Cumulative Pore Volume", "Pore Width (Å)",
                                 "Cumulative Pore Volume (cm³/g)", false, table);
-  Curve(cum, "Cumulative pore volume", 3)->SetData(widths, Vector(calc.GetCumulativeVolumes()));
+  Curve(cum, "Cumulative pore volume", 3)
+      ->SetData(widths, detail::ToNum(calc.GetCumulativeVolumes()));
   CReportGraphData* difGraph = Graph(page, "Horvath-Kawazoe dV/dw Pore Volume", "Pore Width (Å)",
                                      "dV/dw Pore Volume (cm³/g·Å)", false, cum);
   Curve(difGraph, "dV/dw", 3)->SetData(avg, dif);
   CReportGraphData* fill = Graph(page, "Horvath-Kawazoe Pore Width", "Relative Pressure (P/Po)",
                                  "Pore Width (Å)", true, difGraph);
-  Curve(fill, "Pore width", 2)->SetData(Vector(calc.GetRelPress()), widths);
+  Curve(fill, "Pore width", 2)->SetData(detail::ToNum(calc.GetRelPress()), widths);
 
   CReportStdTable* points = page->AddStdTable(CStr("Horvath-Kawazoe Points"), 4, 0, 1000);
   points->SetLayoutBottom(fill);
   const char* titles[] = {"P/Po", "Quantity (cm³/g STP)", "Width (Å)", "Cum. volume (cm³/g)"};
-  const CNumVector<double> columns[] = {Vector(calc.GetRelPress()), Vector(calc.GetQtyAdsorbed()),
-                                        widths, Vector(calc.GetCumulativeVolumes())};
+  const CNumVector<double> columns[] = {detail::ToNum(calc.GetRelPress()),
+                                        detail::ToNum(calc.GetQtyAdsorbed()), widths,
+                                        detail::ToNum(calc.GetCumulativeVolumes())};
   static const CQuantityFormatter* const formats[] = {&RelPressFormat(), &detail::FixedDecimals(4),
                                                       &detail::FixedDecimals(3),
                                                       &detail::FixedDecimals(6)};
