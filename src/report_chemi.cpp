@@ -9,17 +9,13 @@
 namespace fiofla {
 namespace {
 
+using detail::ToNum;
+
 constexpr int kLayoutLeft = 75;
 constexpr int kLayoutRight = 775;
 
 std::string Num(double x, const char* format = "%.5g") {
   return std::isfinite(x) ? detail::FormatNumber(x, format) : "n/a";
-}
-
-CNumVector<double> ToNum(std::vector<double> const& values) {
-  CNumVector<double> v(values.size());
-  for (std::size_t i = 0; i < values.size(); ++i) v[i] = values[i];
-  return v;
 }
 
 const char* Title(CSinfeltCalc::EIsotherm which) {

@@ -9,6 +9,8 @@
 namespace fiofla {
 namespace {
 
+using detail::ToNum;
+
 constexpr int kLayoutLeft = 75;
 constexpr int kLayoutRight = 775;
 constexpr std::size_t kCurvePoints = 120;
@@ -23,12 +25,6 @@ void ReplaceWord(std::string& text, std::string const& word, std::string const& 
   for (std::size_t at = text.find(word); at != std::string::npos;
        at = text.find(word, at + by.size()))
     text.replace(at, word.size(), by);
-}
-
-CNumVector<double> ToNum(std::vector<double> const& values) {
-  CNumVector<double> v(values.size());
-  for (std::size_t i = 0; i < values.size(); ++i) v[i] = values[i];
-  return v;
 }
 
 CRSGraphCurveData* Curve(CReportGraphData* graph, std::string const& name, int type, int index) {

@@ -8,15 +8,11 @@
 namespace fiofla {
 namespace {
 
+using detail::ToNum;
+
 constexpr int kLayoutLeft = 75;
 constexpr int kLayoutRight = 775;
 constexpr std::size_t kMostIsosteres = 12;
-
-CNumVector<double> ToNum(std::vector<double> const& values) {
-  CNumVector<double> v(values.size());
-  for (std::size_t i = 0; i < values.size(); ++i) v[i] = values[i];
-  return v;
-}
 
 }  // namespace
 

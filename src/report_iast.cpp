@@ -9,14 +9,10 @@
 namespace fiofla {
 namespace {
 
+using detail::ToNum;
+
 constexpr int kLayoutLeft = 75;
 constexpr int kLayoutRight = 775;
-
-CNumVector<double> ToNum(std::vector<double> const& values) {
-  CNumVector<double> v(values.size());
-  for (std::size_t i = 0; i < values.size(); ++i) v[i] = values[i];
-  return v;
-}
 
 CRSGraphCurveData* Curve(CReportGraphData* graph, std::string const& name, int index) {
   CRSGraphCurveData* curve = graph->AddCurve(CStr(name), 1, 2);

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "fiofla/num/numvector.h"
 #include "fiofla/units/formatter.h"
 
 namespace fiofla::detail {
@@ -13,5 +15,12 @@ const CQuantityFormatter& FixedDecimals(int decimals);
 
 /// `x` through printf's `format` ("%.4g" unless given).
 std::string FormatNumber(double x, const char* format = "%.4g");
+
+/// The values as the report model's vector type, for curves and table columns.
+inline CNumVector<double> ToNum(std::vector<double> const& values) {
+  CNumVector<double> v(values.size());
+  for (std::size_t i = 0; i < values.size(); ++i) v[i] = values[i];
+  return v;
+}
 
 }  // namespace fiofla::detail

@@ -15,12 +15,6 @@ namespace {
 constexpr int kLayoutLeft = 75;
 constexpr int kLayoutRight = 775;
 
-CNumVector<double> Vector(std::vector<double> const& v) {
-  CNumVector<double> out(v.size());
-  for (std::size_t i = 0; i < v.size(); ++i) out[i] = v[i];
-  return out;
-}
-
 CRSGraphCurveData* Points(CReportGraphData* graph, CStr const& name, int index) {
   CRSGraphCurveData* curve = graph->AddCurve(name, 1, 2);
   curve->SetCurveType(2);  // symbols only
@@ -103,8 +97,8 @@ CReportDataItemBase* AddTPlotSection(CTPlotCalc const& calc, CStr const& curveNa
     (inRange ? tIn : tOut).push_back(t);
     (inRange ? qIn : qOut).push_back(calc.m_QtyAdsorbed[i]);
   }
-  Points(graph, CStr("Isotherm"), 1)->SetData(Vector(tOut), Vector(qOut));
-  Points(graph, CStr("Points in range"), 0)->SetData(Vector(tIn), Vector(qIn));
+  Points(graph, CStr("Isotherm"), 1)->SetData(detail::ToNum(tOut), detail::ToNum(qOut));
+  Points(graph, CStr("Points in range"), 0)->SetData(detail::ToNum(tIn), detail::ToNum(qIn));
   // The fitted line from t = 0 (the intercept) to the end of the range.
   const double tEnd = calc.m_ThicknessMax;
   Line(graph, CStr("Fit"), 0)

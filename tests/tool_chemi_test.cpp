@@ -22,24 +22,14 @@ using fiofla::testing::ToolRun;
 const std::string kCombined = std::string(FIOFLA_DATA_DIR) + "/examples/h2_308k_pt_combined.csv";
 const std::string kWeak = std::string(FIOFLA_DATA_DIR) + "/examples/h2_308k_pt_weak.csv";
 
-struct Fixture {
-  Fixture() : dir(fs::temp_directory_path() / ("fiofla-chemi-tool-" + std::to_string(::getpid()))) {
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-  }
-  ~Fixture() { fs::remove_all(dir); }
-  std::string Write(const char* name, const std::string& text) const {
-    std::ofstream(dir / name) << text;
-    return (dir / name).string();
-  }
-  fs::path dir;
+// A scratch folder for the test's files.
+struct Fixture : fiofla::testing::TempDir {
+  Fixture() : TempDir("chemi-tool") {}
+  const std::filesystem::path& dir = path;
 };
 
 rapidjson::Document Json(const ToolRun& r) {
-  rapidjson::Document doc;
-  doc.Parse(r.out.c_str());
-  EXPECT_FALSE(doc.HasParseError()) << r.out;
-  return doc;
+  return fiofla::testing::ParseJson(r);
 }
 
 // The line of one isotherm in the "uptakes" table.

@@ -21,24 +21,14 @@ using fiofla::testing::ToolRun;
 
 constexpr double kR = 0.00831441;  // kJ/(mol K), as the library takes it
 
-struct Fixture {
-  Fixture() : dir(fs::temp_directory_path() / ("fiofla-heat-tool-" + std::to_string(::getpid()))) {
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-  }
-  ~Fixture() { fs::remove_all(dir); }
-  std::string Write(const char* name, const std::string& text) const {
-    std::ofstream(dir / name) << text;
-    return (dir / name).string();
-  }
-  fs::path dir;
+// A scratch folder for the test's files.
+struct Fixture : fiofla::testing::TempDir {
+  Fixture() : TempDir("heat-tool") {}
+  const std::filesystem::path& dir = path;
 };
 
 rapidjson::Document Json(const ToolRun& r) {
-  rapidjson::Document doc;
-  doc.Parse(r.out.c_str());
-  EXPECT_FALSE(doc.HasParseError()) << r.out;
-  return doc;
+  return fiofla::testing::ParseJson(r);
 }
 
 // A Langmuir isotherm, mmol/g against kPa, with b = b0 exp(Q/RT).

@@ -23,10 +23,7 @@ const std::string kMethane = std::string(FIOFLA_DATA_DIR) + "/examples/ch4_298k_
 const std::string kEthane = std::string(FIOFLA_DATA_DIR) + "/examples/c2h6_298k_irmof1.csv";
 
 rapidjson::Document Json(const ToolRun& r) {
-  rapidjson::Document doc;
-  doc.Parse(r.out.c_str());
-  EXPECT_FALSE(doc.HasParseError()) << r.out << r.err;
-  return doc;
+  return fiofla::testing::ParseJson(r);
 }
 
 const rapidjson::Value& Point(const rapidjson::Document& doc, rapidjson::SizeType k) {

@@ -736,7 +736,7 @@ TEST(ToolHelp, TheReadmeCommandListAndTheHelpAgree) {
   const auto inputOptions = OptionsIn(inputText);
   ASSERT_TRUE(inputOptions.count("--format"));
 
-  for (const char* cmd : {"bet", "report", "tplot", "bjh", "dft", "fit", "convert", "iast",
+  for (const char* cmd : {"bet", "report", "tplot", "bjh", "dft", "fit", "convert", "iast", "hk",
                           "reduce", "simulate", "chemi"}) {
     auto documented = OptionsIn(listed[cmd]);
     if (std::string(cmd) != "reduce" && std::string(cmd) != "simulate")

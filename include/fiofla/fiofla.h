@@ -45,6 +45,7 @@
 
 // Classical pore analysis.
 #include "fiofla/gasbjh.h"
+#include "fiofla/gashk.h"
 #include "fiofla/gastplot.h"
 #include "fiofla/pore_distribution.h"
 #include "fiofla/smoothderiv.h"
@@ -68,6 +69,7 @@
 #include "fiofla/report_fit.h"
 #include "fiofla/report_heat.h"
 #include "fiofla/report_iast.h"
+#include "fiofla/report_hk.h"
 #include "fiofla/report_pores.h"
 
 // DFT kernels: the catalogue, and the density-functional engine that makes them.

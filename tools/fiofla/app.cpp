@@ -132,6 +132,7 @@ int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
   AddHeatCommand(app, commands);
   AddIastCommand(app, commands);
   AddChemiCommand(app, commands);
+  AddHkCommand(app, commands);
   AddBatchCommand(app, commands);
   CLI::App* help = app.add_subcommand("help", "this text; 'fiofla COMMAND --help' for a command");
   CLI::App* version = app.add_subcommand("version", "the version of fiofla");

@@ -63,6 +63,7 @@ void AddFitCommand(CLI::App& app, Commands& commands);
 void AddHeatCommand(CLI::App& app, Commands& commands);
 void AddIastCommand(CLI::App& app, Commands& commands);
 void AddChemiCommand(CLI::App& app, Commands& commands);
+void AddHkCommand(CLI::App& app, Commands& commands);
 void AddBatchCommand(CLI::App& app, Commands& commands);
 
 }  // namespace fiofla::cli

@@ -15,8 +15,10 @@
 #include "fiofla/report_bet.h"
 #include "fiofla/report_dft.h"
 #include "fiofla/report_fit.h"
+#include "fiofla/report_hk.h"
 #include "fiofla/report_pores.h"
 #include "fit_options.h"
+#include "hk_options.h"
 #include "pore_options.h"
 
 namespace fiofla::cli {
@@ -34,6 +36,8 @@ struct ReportOptions {
   DftSettings dft;
   /// Models of the model-fit page; empty for no page.
   std::vector<std::string> fitModels;
+  /// Settings of the Horvath-Kawazoe page; unset for no page.
+  std::optional<HkSettings> hk;
   std::string units;
   double molarMassGPerMol = 0.0;
 };
@@ -262,6 +266,13 @@ void AddPorePages(const IsothermData& iso, const BetRun& run, const ReportOption
       AddDftSection(*dft.calc, CStr(dft.description), pages.back().get(), nullptr);
     }
   }
+  if (opt.hk) {
+    const HkRun hk = RunHkOn(iso, *opt.hk);
+    if (hk.calc->GetStatus() == CHKCalc::STATUS_OK) {
+      pages.push_back(std::make_unique<CReportPageData>(CStr("Horvath-Kawazoe report: ") + file));
+      AddHkSection(*hk.calc, CStr(hk.description), pages.back().get(), nullptr);
+    }
+  }
   if (!opt.fitModels.empty()) AddFitPage(iso, opt, file, pages);
 }
 
@@ -358,7 +369,8 @@ void AddReportCommand(CLI::App& app, Commands& commands) {
       "rows, the points in range, the BET surface area plot and the BET isotherm plot,\n"
       "then a t-plot page and a BJH page with their tables and plots, computed with the\n"
       "t-plot and BJH options below; with --kernel a DFT page, with --fit a page of isotherm\n"
-      "models fitted to the adsorption branch. With several files every isotherm gets its\n"
+      "models fitted to the adsorption branch, with --hk a Horvath-Kawazoe page. With several "
+      "files every isotherm gets its\n"
       "own pages and a last page overlays their BET plots.\n",
       "exit codes: 0 ok, 1 unreadable or malformed file or unwritable OUT, 2 bad arguments,\n"
       "            3 report written, but an isotherm gave no BET result\n");
@@ -401,6 +413,17 @@ void AddReportCommand(CLI::App& app, Commands& commands) {
              "adsorption branch and ranked by AICc, with the best three curves on a linear\n"
              "and a logarithmic pressure axis"))
       ->type_name("MODELS");
+  cmd->add_option_function<std::string>(
+         "--hk",
+         [opt](const std::string& v) {
+           opt->hk = HkSettings();
+           ParseHkSpec(v, *opt->hk);
+         },
+         "add a Horvath-Kawazoe page per isotherm (P/Po up to 0.2): a geometry (slit,\n"
+         "cylinder, sphere), a method (hk, cheng-yang, rege-yang), an adsorbent (carbon,\n"
+         "zeolite, alpo) and an adsorbate (nitrogen, argon), any of them, separated by\n"
+         "commas; the rest as for fiofla hk")
+      ->type_name("SPEC");
   cmd->add_option_function<std::string>(
          "--units",
          [opt](const std::string& v) {
