@@ -1,7 +1,7 @@
 # Convenience wrapper around CMake. `make run` builds the tool, reduces the bundled simulated
 # nitrogen run to an isotherm and makes its BET report, then the DFT pore-size distribution
 # of the bundled model carbon with the shipped nitrogen kernel; `make test` runs every
-# suite, the installed-package consumer, the sanitizer build, the ThreadSanitizer build and
+# suite (the Python package's pytest suite among them, when it is built), the installed-package consumer, the sanitizer build, the ThreadSanitizer build and
 # a short fuzzing run.
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
@@ -11,7 +11,7 @@ STAGE      := $(CURDIR)/$(BUILD)/stage
 EXAMPLE    ?= data/examples/n2_77k_run.json
 CARBON     ?= data/examples/n2_77k_carbon.csv
 
-.PHONY: all deps build run test test-unit test-consumer test-sanitize test-tsan test-fuzz bench clean
+.PHONY: all deps build run test test-unit test-python test-consumer test-sanitize test-tsan test-fuzz bench clean
 
 all: build
 
@@ -36,6 +36,10 @@ test: test-unit test-consumer test-sanitize test-tsan test-fuzz
 
 test-unit: build
 	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
+
+# The Python package's pytest suite alone, against the build tree (test-unit runs it too).
+test-python: build
+	cd $(BUILD) && ctest --output-on-failure -R python_tests
 
 # Installs into a staging prefix and builds tests/consumer against it with find_package.
 test-consumer: build
@@ -76,6 +80,7 @@ bench: build
 	$(BUILD)/bench/pore_bench
 	$(BUILD)/bench/io_bench
 	$(BUILD)/bench/num_bench
+	if [ -d $(BUILD)/python/fiofla ]; then cmake --build $(BUILD) --target python_bench; fi
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) build-fuzz

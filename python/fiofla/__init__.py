@@ -39,7 +39,7 @@ from ._fiofla import (
 )
 from . import _results
 from ._batch import batch
-from ._tool import iast, isosteric_heat, virial, chemisorption, reduce
+from ._tool import iast, isosteric_heat, virial, chemisorption, reduce, hk
 
 __all__ = [
     "__version__",
@@ -62,4 +62,5 @@ __all__ = [
     "virial",
     "chemisorption",
     "reduce",
+    "hk",
 ]

@@ -169,3 +169,33 @@ def reduce(run, output=None, *, gas_dir=None):
         args = ["reduce", os.fspath(run), "-o", path] + _options(gas_dir=gas_dir)
         _fiofla._run_tool_text(args)
         return _fiofla.read_isotherm(path)
+
+
+def _constants(value, what):
+    if value is None or isinstance(value, str):
+        return value
+    try:
+        return ",".join(repr(float(v)) for v in value)
+    except (TypeError, ValueError):
+        raise _fiofla.InputError(f"{what} {value!r} is not four numbers (d, alpha, chi, n)") from None
+
+
+def hk(isotherm, *, geometry=None, method=None, adsorbent=None, adsorbate=None,
+       adsorbent_constants=None, adsorbate_constants=None, max_p_rel=None, max_width=None,
+       density_conversion=None):
+    """Horvath-Kawazoe micropore-size distribution of the adsorption branch.
+
+    geometry: "slit" (default), "cylinder" or "sphere"; method: "horvath-kawazoe" (default),
+    "cheng-yang" or "rege-yang"; adsorbent: "carbon" (default), "zeolite" or "alpo";
+    adsorbate: a shipped name (default: the isotherm's adsorptive). The constants replace
+    the named ones' as (d Å, alpha cm3, chi cm3, n 1/cm2). max_p_rel: highest P/Po used;
+    max_width: largest width searched, Å. Returns an HkResult.
+    """
+    with _paths([isotherm]) as files:
+        args = ["hk", files[0]] + _options(
+            geometry=geometry, method=method, adsorbent=adsorbent, adsorbate=adsorbate,
+            adsorbent_constants=_constants(adsorbent_constants, "adsorbent_constants"),
+            adsorbate_constants=_constants(adsorbate_constants, "adsorbate_constants"),
+            max_p_rel=max_p_rel, max_width=max_width, density_conversion=density_conversion)
+        return _run(args, "hk", ["micropore_volume_cm3_per_g", "median_width_angstrom"],
+                    "intervals")

@@ -1,5 +1,6 @@
 // bet, tplot and bjh: the calculations the tool's `bet`, `tplot` and `bjh` run, with the same
 // settings and the same values under the same keys as their --json.
+#include <chrono>
 #include <cmath>
 
 #include "bindings.h"
@@ -287,6 +288,16 @@ std::shared_ptr<BjhResult> MakeBjh(std::shared_ptr<const IsothermData> data,
 }  // namespace
 
 void BindPores(pyb::module_& m) {
+  // For the overhead benchmark (python/bench): the mean time of the C++ that `bet` runs once
+  // its arguments are read, in seconds, without Python in the loop.
+  m.def("_time_bet", [](const PyIsotherm& iso, int repeats) {
+    const cli::BetSettings settings;
+    pyb::gil_scoped_release release;
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < repeats; ++i) MakeBetResult(iso.data, settings);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() /
+           repeats;
+  });
   m.def(
       "bet",
       [](const pyb::object& iso, const pyb::object& range, const pyb::object& crossSection,
