@@ -56,6 +56,13 @@ test-consumer: build
 	rm -rf $(BUILD)/moved-prefix && cp -a $(STAGE) $(BUILD)/moved-prefix
 	env -u LD_LIBRARY_PATH -u FIOFLA_GAS_DIR $(BUILD)/moved-prefix/bin/fiofla report \
 	  $(BUILD)/moved-prefix/share/fiofla/examples/n2_77k_run.json -o $(BUILD)/moved-prefix/report.html
+	# So does the Python package installed beside the library, when it was built.
+	py=$$(sed -n 's/^Python3_EXECUTABLE:FILEPATH=//p' $(BUILD)/CMakeCache.txt); \
+	site=$$(ls -d $(CURDIR)/$(BUILD)/moved-prefix/lib/python3*/site-packages 2>/dev/null); \
+	if [ -n "$$py" ] && [ -d "$$site/fiofla" ]; then \
+	  cd / && env -u LD_LIBRARY_PATH -u FIOFLA_GAS_DIR PYTHONPATH=$$site "$$py" -c \
+	    "import fiofla; print(fiofla.bet(fiofla.read_isotherm('$$site/../../../share/fiofla/examples/n2_77k_run.json'), range='auto'))"; \
+	fi
 
 test-sanitize: deps
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DFIOFLA_SANITIZE=ON -DFIOFLA_BUILD_BENCH=OFF
