@@ -160,6 +160,42 @@ pressure.)")
            "temperature"_a = pyb::none(), "sample_mass"_a = pyb::none(), "material"_a = "",
            "name"_a = "")
       .def("__len__", [](const PyIsotherm& i) { return i.data->size(); })
+      // Pickled whole, so that isotherms travel to worker processes (multiprocessing, Dask).
+      .def(pyb::pickle(
+          [](const PyIsotherm& i) {
+            const IsothermData& d = *i.data;
+            std::vector<int> branch;
+            for (Branch b : d.branch) branch.push_back(b == Branch::kAdsorption ? 0 : 1);
+            const IsothermInfo& info = d.info;
+            return pyb::make_tuple(
+                1, d.source, d.relativePressure, d.quantityAdsorbedCm3PerGStp, branch, d.sourceLine,
+                d.pressureMmHg, d.poMmHg, d.notes,
+                pyb::make_tuple(info.adsorptive, info.temperatureK, info.sampleMassG, info.material,
+                                info.pressureUnit, info.loadingUnit, info.items));
+          },
+          [](const pyb::tuple& t) {
+            if (t.size() != 10 || t[0].cast<int>() != 1)
+              throw std::runtime_error("not a pickled fiofla Isotherm");
+            auto d = std::make_shared<IsothermData>();
+            d->source = t[1].cast<std::string>();
+            d->relativePressure = t[2].cast<std::vector<double>>();
+            d->quantityAdsorbedCm3PerGStp = t[3].cast<std::vector<double>>();
+            for (int b : t[4].cast<std::vector<int>>())
+              d->branch.push_back(b == 0 ? Branch::kAdsorption : Branch::kDesorption);
+            d->sourceLine = t[5].cast<std::vector<std::size_t>>();
+            d->pressureMmHg = t[6].cast<std::vector<double>>();
+            d->poMmHg = t[7].cast<std::vector<double>>();
+            d->notes = t[8].cast<std::vector<std::string>>();
+            const auto info = t[9].cast<pyb::tuple>();
+            d->info.adsorptive = info[0].cast<std::string>();
+            d->info.temperatureK = info[1].cast<double>();
+            d->info.sampleMassG = info[2].cast<double>();
+            d->info.material = info[3].cast<std::string>();
+            d->info.pressureUnit = info[4].cast<std::string>();
+            d->info.loadingUnit = info[5].cast<std::string>();
+            d->info.items = info[6].cast<std::vector<std::pair<std::string, std::string>>>();
+            return PyIsotherm{std::move(d)};
+          }))
       .def_property_readonly(
           "pressure",
           [](const PyIsotherm& i) { return OrNaN(i.data->pressureMmHg, i.data->size()); },

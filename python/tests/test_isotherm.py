@@ -113,3 +113,14 @@ def test_threads_run_bet_in_parallel_and_agree_with_a_serial_run():
                 assert math.isnan(got[key])
             else:
                 assert got[key] == want[key], key
+
+
+def test_an_isotherm_pickles_whole():
+    import pickle
+
+    iso = fiofla.read_isotherm(example("n2_77k_silica.aif"))
+    back = pickle.loads(pickle.dumps(iso))
+    for name in ("pressure", "relative_pressure", "loading", "p0", "branch"):
+        assert np.array_equal(getattr(back, name), getattr(iso, name))
+    assert back.metadata == iso.metadata
+    assert fiofla.bet(back).to_dict(plain=True) == fiofla.bet(iso).to_dict(plain=True)
