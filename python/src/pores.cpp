@@ -57,9 +57,6 @@ void AddSearch(Fields& f, const BetRangeResult& s) {
       .Add("unusable", static_cast<long long>(s.unusable));
 }
 
-Value LineOf(const IsothermData& iso, std::size_t i) {
-  return iso.sourceLine[i] > 0 ? Value(static_cast<long long>(iso.sourceLine[i])) : Value();
-}
 
 }  // namespace
 
@@ -128,7 +125,6 @@ std::shared_ptr<BetResult> MakeBetResult(std::shared_ptr<const IsothermData> dat
     dX.numbers.push_back(iso.relativePressure[i]);
     dReason.texts.emplace_back(cli::DroppedReason(iso.relativePressure[i]));
   }
-  (void)LineOf;
   return result;
 }
 
