@@ -36,6 +36,7 @@ from ._fiofla import (
     FittedModel,
     report,
     batch_files,
+    Mixture,
 )
 from . import _results
 from ._batch import batch
@@ -63,4 +64,5 @@ __all__ = [
     "chemisorption",
     "reduce",
     "hk",
+    "Mixture",
 ]

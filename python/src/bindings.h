@@ -82,5 +82,6 @@ void BindAnalyses(pyb::module_& m);
 void BindReport(pyb::module_& m);
 void BindBatch(pyb::module_& m);
 void BindTool(pyb::module_& m);
+void BindIast(pyb::module_& m);
 
 }  // namespace fiofla::py

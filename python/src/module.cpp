@@ -54,4 +54,5 @@ PYBIND11_MODULE(_fiofla, m) {
   py::BindReport(m);
   py::BindBatch(m);
   py::BindTool(m);
+  py::BindIast(m);
 }

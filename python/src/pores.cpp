@@ -57,7 +57,6 @@ void AddSearch(Fields& f, const BetRangeResult& s) {
       .Add("unusable", static_cast<long long>(s.unusable));
 }
 
-
 }  // namespace
 
 std::shared_ptr<BetResult> MakeBetResult(std::shared_ptr<const IsothermData> data,

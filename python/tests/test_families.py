@@ -154,3 +154,24 @@ def test_threads_mixing_locked_and_free_analyses_finish_and_agree():
     assert not any(t.is_alive() for t in threads), "a thread did not finish"
     assert not errors
     assert {k: repr(v) for k, v in out.items()} == {k: repr(v) for k, v in serial.items()}
+
+
+def test_a_mixture_of_fitted_models_solves_as_the_tool():
+    ch4, c2h6 = example("ch4_298k_irmof1.csv"), example("c2h6_298k_irmof1.csv")
+    models = [fiofla.fit(f, models="langmuir").best for f in (ch4, c2h6)]
+    mixture = fiofla.Mixture(models, names=["CH4", "C2H6"])
+    tool = fiofla.iast([ch4, c2h6], [0.3, 0.7], models=["langmuir", "langmuir"],
+                       pressures=(1, 50, 5))
+    sweep = mixture.sweep([0.3, 0.7], tool.points["pressure"])
+    for key in ("total_loading", "loading_1", "loading_2", "adsorbed_fraction_1"):
+        assert np.allclose(sweep[key], tool.points[key], rtol=1e-12), key
+    point = mixture.solve([0.3, 0.7], 10.0)
+    assert point["ok"] and point["total_loading"] == pytest.approx(sum(point["loadings"]))
+    back = mixture.reverse(point["adsorbed_fractions"], 10.0)
+    assert np.allclose(back["gas_fractions"], [0.3, 0.7], rtol=1e-10)
+    # A pure component is its own isotherm.
+    assert mixture.solve([1.0, 0.0], 10.0)["total_loading"] == pytest.approx(models[0].loading(10.0))
+    with pytest.raises(fiofla.InputError, match="names has 1 names for 2 components"):
+        fiofla.Mixture(models, names=["CH4"])
+    with pytest.raises(fiofla.InputError, match="component 2 is not"):
+        fiofla.Mixture([models[0], "C2H6"])
