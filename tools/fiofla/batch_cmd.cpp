@@ -154,7 +154,7 @@ void AddBatchCommand(CLI::App& app, Commands& commands) {
       "Reads every FILE, and every isotherm file (.csv, .tsv, .aif, .cif, .json) under\n"
       "every DIR, sorted, and writes one row per file: its status (ok, doubtful, partial,\n"
       "error), adsorptive, temperature, points, and the main figures of each analysis with\n"
-      "the defaults of the single commands: bet (the automatic range, as bet --auto), tplot\n"
+      "the defaults of the single commands: bet (its automatic range search), tplot\n"
       "and bjh. A file that cannot be read becomes a row with the reader's message.\n",
       "exit codes: 0 written (rows may hold errors), 1 an input path that does not exist\n"
       "            or an output that cannot be written, 2 bad arguments\n");
