@@ -2,6 +2,7 @@
 // JSON.
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -95,14 +96,20 @@ std::string OutputFormat(const BatchCmdOptions& o) {
                    "' ends neither in .csv nor in .json; name the format with --to"};
 }
 
-// The output is no input, when a second run writes it inside a folder it walks.
+// The output is no input, when a second run writes it inside a folder it walks. Only files
+// of its name are asked about, so a large batch costs no stat per file.
 void DropOutput(std::vector<std::string>& files, const std::string& output) {
+  namespace fs = std::filesystem;
   std::error_code ec;
-  if (!std::filesystem::exists(output, ec)) return;
-  std::vector<std::string> kept;
-  for (std::string& f : files)
-    if (!std::filesystem::equivalent(f, output, ec)) kept.push_back(std::move(f));
-  files = std::move(kept);
+  if (!fs::exists(output, ec)) return;
+  const fs::path name = fs::path(output).filename();
+  files.erase(std::remove_if(files.begin(), files.end(),
+                             [&](const std::string& f) {
+                               std::error_code e;
+                               return fs::path(f).filename() == name &&
+                                      fs::equivalent(f, output, e);
+                             }),
+              files.end());
 }
 
 int Batch(const BatchCmdOptions& o, Streams& io) {
