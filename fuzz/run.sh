@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets (gas tables, isotherm, measurement and DFT model files, kernel CSV,
-# kernel recipes, temperature-programmed runs) with clang++ and runs each on a copy of its
+# kernel recipes, temperature-programmed runs, the batch analyses of an isotherm file) with
+# clang++ and runs each on a copy of its
 # seed corpus (the checked-in corpus is never modified). Exits non-zero when any target crashes.
 #
 #   fuzz/run.sh [build-dir]                   short, deterministic smoke run (about a minute in all)
@@ -18,7 +19,7 @@ build="${1:-$(cd "$here/.." && pwd)/build-fuzz}"
 seconds="${FUZZ_SECONDS:-0}"
 cxx="${FUZZ_CXX:-clang++}"
 targets=(gas_stream_fuzz gas_json_fuzz isotherm_fuzz measurement_fuzz dft_model_fuzz kernel_csv_fuzz
-  kernel_recipe_fuzz ramp_runs_fuzz)
+  kernel_recipe_fuzz ramp_runs_fuzz batch_fuzz)
 
 cmake -S "$here" -B "$build" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null
 cmake --build "$build" -j"${FUZZ_JOBS:-2}"

@@ -1,6 +1,10 @@
 // Batch analysis: the analyses of one file, the worker threads, and the walk of folders.
 #include "fiofla/batch.h"
 
+#ifdef __linux__
+#include <sched.h>
+#endif
+
 #include <algorithm>
 #include <atomic>
 #include <cctype>
@@ -295,6 +299,17 @@ std::vector<std::string> WalkDirectory(const std::string& dir) {
   return found;
 }
 
+// The cores this process may run on: under taskset or a container's cpuset that is fewer
+// than the machine has.
+std::size_t UsableCores() {
+#ifdef __linux__
+  cpu_set_t set;
+  if (sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 0)
+    return static_cast<std::size_t>(CPU_COUNT(&set));
+#endif
+  return std::max(1u, std::thread::hardware_concurrency());
+}
+
 }  // namespace
 
 const std::vector<std::string>& BatchAnalysisNames() {
@@ -336,8 +351,7 @@ std::vector<SBatchRow> RunBatch(const std::vector<std::string>& files,
   std::vector<SBatchRow> rows(files.size());
   if (files.empty()) return rows;
 
-  std::size_t jobs = options.jobs > 0 ? static_cast<std::size_t>(options.jobs)
-                                      : std::max(1u, std::thread::hardware_concurrency());
+  std::size_t jobs = options.jobs > 0 ? static_cast<std::size_t>(options.jobs) : UsableCores();
   jobs = std::min(jobs, files.size());
 
   std::atomic<std::size_t> next{0};

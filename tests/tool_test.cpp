@@ -737,7 +737,7 @@ TEST(ToolHelp, TheReadmeCommandListAndTheHelpAgree) {
   ASSERT_TRUE(inputOptions.count("--format"));
 
   for (const char* cmd : {"bet", "report", "tplot", "bjh", "dft", "fit", "convert", "iast", "hk",
-                          "reduce", "simulate", "chemi"}) {
+                          "reduce", "simulate", "chemi", "batch"}) {
     auto documented = OptionsIn(listed[cmd]);
     if (std::string(cmd) != "reduce" && std::string(cmd) != "simulate")
       documented.insert(inputOptions.begin(), inputOptions.end());

@@ -54,7 +54,8 @@ struct SBatchOptions {
   /// Analyses of every file, by name, in any order: "bet" (automatic range), "tplot",
   /// "bjh". Default all three. An empty list reads the files only.
   std::vector<std::string> analyses = {"bet", "tplot", "bjh"};
-  /// Worker threads; 0 for one per core. Never more than there are files.
+  /// Worker threads; 0 for one per core this process may use (its CPU affinity). Never more
+  /// than there are files.
   int jobs = 0;
   /// How files are read. Its gasCache is not used: each worker has its own.
   IsothermReadOptions read;

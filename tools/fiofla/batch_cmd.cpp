@@ -2,6 +2,7 @@
 // JSON.
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -95,14 +96,20 @@ std::string OutputFormat(const BatchCmdOptions& o) {
                    "' ends neither in .csv nor in .json; name the format with --to"};
 }
 
-// The output is no input, when a second run writes it inside a folder it walks.
+// The output is no input, when a second run writes it inside a folder it walks. Only files
+// of its name are asked about, so a large batch costs no stat per file.
 void DropOutput(std::vector<std::string>& files, const std::string& output) {
+  namespace fs = std::filesystem;
   std::error_code ec;
-  if (!std::filesystem::exists(output, ec)) return;
-  std::vector<std::string> kept;
-  for (std::string& f : files)
-    if (!std::filesystem::equivalent(f, output, ec)) kept.push_back(std::move(f));
-  files = std::move(kept);
+  if (!fs::exists(output, ec)) return;
+  const fs::path name = fs::path(output).filename();
+  files.erase(std::remove_if(files.begin(), files.end(),
+                             [&](const std::string& f) {
+                               std::error_code e;
+                               return fs::path(f).filename() == name &&
+                                      fs::equivalent(f, output, e);
+                             }),
+              files.end());
 }
 
 int Batch(const BatchCmdOptions& o, Streams& io) {
@@ -154,7 +161,7 @@ void AddBatchCommand(CLI::App& app, Commands& commands) {
       "Reads every FILE, and every isotherm file (.csv, .tsv, .aif, .cif, .json) under\n"
       "every DIR, sorted, and writes one row per file: its status (ok, doubtful, partial,\n"
       "error), adsorptive, temperature, points, and the main figures of each analysis with\n"
-      "the defaults of the single commands: bet (the automatic range, as bet --auto), tplot\n"
+      "the defaults of the single commands: bet (its automatic range search), tplot\n"
       "and bjh. A file that cannot be read becomes a row with the reader's message.\n",
       "exit codes: 0 written (rows may hold errors), 1 an input path that does not exist\n"
       "            or an output that cannot be written, 2 bad arguments\n");
