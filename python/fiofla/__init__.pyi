@@ -157,16 +157,22 @@ class IastResult(Result):
     components: dict[str, np.ndarray]
 
 class HeatResult(Result):
-    points: dict[str, np.ndarray]
+    heats: dict[str, np.ndarray]
+    isotherms: dict[str, np.ndarray]
 
 class VirialResult(Result):
     virial: dict[str, Any]
+    heats: dict[str, np.ndarray]
 
 class ChemisorptionResult(Result):
     uptakes: dict[str, np.ndarray]
     active_metal: dict[str, Any]
 
-class HkResult(Result): ...
+class HkResult(Result):
+    micropore_volume_cm3_per_g: float
+    median_width_angstrom: float
+    intervals: dict[str, np.ndarray]
+    points: dict[str, np.ndarray]
 
 def read_isotherm(
     path: PathLike,

@@ -116,7 +116,7 @@ def _heat(isotherms, method, loadings, orders, p0, report, kind, headline):
             method=method, loadings=_range(loadings, "loadings", count=True),
             orders=",".join(str(int(o)) for o in orders) if orders else None,
             p0=_pressure(p0, "p0"), report=os.fspath(report) if report else None)
-        return _run(args, kind, headline, "points")
+        return _run(args, kind, headline, "heats")
 
 
 def isosteric_heat(isotherms, *, loadings=None, p0=None, report=None):
@@ -124,9 +124,9 @@ def isosteric_heat(isotherms, *, loadings=None, p0=None, report=None):
     Clapeyron: a line through the isotherms interpolated at each loading).
 
     loadings: (lo, hi, n) in the files' loading unit (default: 10 over the shared range).
-    Returns a HeatResult; ``points`` is the table of heats by loading.
+    Returns a HeatResult; ``heats`` is the table of heats by loading.
     """
-    return _heat(isotherms, None, loadings, None, p0, report, "heat", [])
+    return _heat(isotherms, None, loadings, None, p0, report, "heat", ["loading_unit"])
 
 
 def virial(isotherms, *, orders=None, loadings=None, p0=None, report=None):
@@ -136,7 +136,7 @@ def virial(isotherms, *, orders=None, loadings=None, p0=None, report=None):
     orders: (M, K) of the sums; default chosen by AICc up to (6, 4).
     Returns a VirialResult; ``virial`` holds the fitted equation.
     """
-    return _heat(isotherms, "virial", loadings, orders, p0, report, "virial", [])
+    return _heat(isotherms, "virial", loadings, orders, p0, report, "virial", ["loading_unit"])
 
 
 def chemisorption(combined, weak=None, *, range=None, metal=None, loading=None, gas=None,
