@@ -78,7 +78,10 @@ def test_isosteric_heat_and_virial_match_the_tool(tmp_path):
     assert isinstance(result, fiofla.HeatResult) and result.ok
     _same_result(result, expected)
     # The family was made with a heat of 20 kJ/mol at every loading.
-    assert np.allclose(result.heats["qst_kj_per_mol"], 20.0, atol=0.05)
+    # (0.5 mmol/g lies below what the coldest isotherm reaches at its first point: NaN.)
+    qst = result.heats["qst_kj_per_mol"]
+    assert np.isfinite(qst).sum() >= 5
+    assert np.allclose(qst[np.isfinite(qst)], 20.0, atol=0.05)
     try:
         frame = result.to_dataframe()
     except ImportError:  # pandas is optional
