@@ -7,6 +7,7 @@
 #include "cli_common.h"
 #include "fiofla/report_bet.h"
 #include "pore_options.h"
+#include "report_bet_pages.h"
 #include "report_pages.h"
 
 namespace fiofla::py {
@@ -236,7 +237,7 @@ std::shared_ptr<BjhResult> MakeBjh(std::shared_ptr<const IsothermData> data,
     return result;
   }
   const std::string description = std::string(branch) + " branch, " + s.method + " method, " +
-                                  PoreCurveTitle(s.ThicknessName()) +
+                                  cli::ThicknessCurveTitle(s.ThicknessName()) +
                                   " thickness curve, Kelvin constant " +
                                   cli::Num(s.kelvinAngstrom) + " Å";
   result->html = [data, run, description] { return BjhHtml(*data, *run, description); };

@@ -10,6 +10,7 @@
 #include "fiofla/report_dft.h"
 #include "fiofla/report_fit.h"
 #include "fiofla/report_pores.h"
+#include "report_bet_pages.h"
 #include "report_out.h"
 #include "report_pages.h"
 
@@ -25,53 +26,6 @@ struct ReportSettings {
   std::vector<std::string> fitModels;
 };
 
-CStr Verdict(std::size_t failed, std::size_t searched) {
-  return CStr("fails in " + std::to_string(failed) + " of " + std::to_string(searched) +
-              " windows");
-}
-
-// The range search's outcome as a table: the chosen window and one row per criterion.
-CReportDataItemBase* AddRangeSearchTable(const BetRangeResult& s, CReportPageData* page,
-                                         CReportDataItemBase* below) {
-  using cli::Fixed;
-  using cli::Num;
-  CReportOptionsTable* table = page->AddOptionsTable("BET Range Selection", 75, 775);
-  table->SetLayoutBottom(below);
-  table->AddItem("Method:", "automatic, " + std::to_string(s.options.minPoints) +
-                                " or more points, r² >= " + Num(s.options.minRSquared, 6) +
-                                ", tolerance " + Num(100.0 * s.options.monolayerTolerance, 4) +
-                                " %");
-  const CStr passed = ReportText(kTextCheckPassed);
-  if (s.found) {
-    table->AddItem("Chosen range:", "P/Po " + Fixed(s.relativePressureLow, 6) + " to " +
-                                        Fixed(s.relativePressureHigh, 6) + " (" +
-                                        std::to_string(s.last - s.first + 1) + " points, " +
-                                        std::to_string(s.windowsPassed) + " of " +
-                                        std::to_string(s.windowsSearched) + " windows pass)");
-    table->AddValidation("Q(1 - P/Po) rising:", passed, "over every step of the range");
-    table->AddValidation("C positive:", passed, "C = " + Num(s.cValue, 6));
-    table->AddValidation("Monolayer in range:", passed,
-                         "Q = Qm at P/Po " + Fixed(s.monolayerRelativePressure, 6));
-    table->AddValidation("Monolayer agreement:", passed,
-                         "1/(√C + 1) = " + Fixed(s.cRelativePressure, 6));
-    return table;
-  }
-  table->AddValidation("Chosen range:", "No range passes all criteria.", CStr(s.Explain()));
-  const std::size_t n = s.windowsSearched;
-  auto row = [&](const char* label, std::size_t failed) {
-    if (failed == 0)
-      table->AddValidation(label, passed, CStr());
-    else
-      table->AddValidation(label, Verdict(failed, n), CStr());
-  };
-  row("Correlation r²:", s.failedRSquared);
-  row("Q(1 - P/Po) rising:", s.failedIncreasing);
-  row("C positive:", s.failedPositiveC);
-  row("Monolayer in range:", s.failedMonolayerInRange);
-  row("Monolayer agreement:", s.failedMonolayerAgreement);
-  return table;
-}
-
 void AddPorePages(const IsothermData& iso, const cli::BetRun& run, const ReportSettings& s,
                   std::vector<std::unique_ptr<CReportPageData>>& pages) {
   const std::string& file = iso.source;
@@ -82,15 +36,15 @@ void AddPorePages(const IsothermData& iso, const cli::BetRun& run, const ReportS
   const std::string curve = s.pore.ThicknessName();
   if (tplot->m_Status == 0 || tplot->m_Status == 1) {
     pages.push_back(std::make_unique<CReportPageData>(CStr("t-Plot report: ") + file));
-    AddTPlotSection(*tplot, CStr(PoreCurveTitle(curve)), pages.back().get(), nullptr);
+    AddTPlotSection(*tplot, CStr(cli::ThicknessCurveTitle(curve)), pages.back().get(), nullptr);
   }
   const cli::BjhRun bjh = cli::RunBjhOn(iso, s.pore);
   if (bjh.calc->GetStatus() == CBJHCalc::STATUS_OK) {
     pages.push_back(std::make_unique<CReportPageData>(CStr("BJH report: ") + file));
-    const std::string what = std::string(bjh.adsorption ? "adsorption" : "desorption") +
-                             " branch, " + s.pore.method + " method, " + PoreCurveTitle(curve) +
-                             " thickness curve, Kelvin constant " +
-                             cli::Num(s.pore.kelvinAngstrom) + " Å";
+    const std::string what =
+        std::string(bjh.adsorption ? "adsorption" : "desorption") + " branch, " + s.pore.method +
+        " method, " + cli::ThicknessCurveTitle(curve) + " thickness curve, Kelvin constant " +
+        cli::Num(s.pore.kelvinAngstrom) + " Å";
     AddBjhSection(*bjh.calc, CStr(what), pages.back().get(), nullptr, bjh.Wording(iso));
   }
   if (!s.dft.kernel.empty()) {
@@ -128,23 +82,20 @@ std::string Report(const std::vector<std::shared_ptr<const IsothermData>>& isoth
   std::vector<CStr> names;
   for (std::size_t i = 0; i < runs.size(); ++i) {
     calcs.push_back(runs[i].calc);
-    names.emplace_back(ReportStem(isotherms[i]->source));
+    names.emplace_back(cli::Stem(isotherms[i]->source));
   }
   for (std::size_t i = 0; i < runs.size(); ++i) {
     const cli::BetRun& run = runs[i];
     pages.push_back(std::make_unique<CReportPageData>(CStr("BET report: ") + isotherms[i]->source));
     CReportPageData* page = pages.back().get();
-    CReportDataItemBase* last = NBET::AddSummaryTable(*run.calc, page, nullptr);
-    if (!cli::NoBetResult(*run.calc))
-      NBET::Validate(*run.calc, static_cast<CReportOptionsTable*>(last));
-    if (run.search) last = AddRangeSearchTable(*run.search, page, last);
-    if (runs.size() == 1) last = AddBetReportPlots(calcs, names, page, last);
+    CReportDataItemBase* last = cli::AddIsothermItems(run, page, nullptr);
+    if (runs.size() == 1) last = cli::AddPlots(calcs, names, page, last);
     NBET::AddTabularData(*run.calc, page, last);
     AddPorePages(*isotherms[i], run, s, pages);
   }
   if (runs.size() > 1) {
     pages.push_back(std::make_unique<CReportPageData>(CStr("BET plots of all isotherms")));
-    AddBetReportPlots(calcs, names, pages.back().get(), nullptr);
+    cli::AddPlots(calcs, names, pages.back().get(), nullptr);
   }
   std::vector<const CReportPageData*> view;
   for (const auto& page : pages) view.push_back(page.get());

@@ -10,6 +10,7 @@
 #include "fiofla/report_dft.h"
 #include "fiofla/report_fit.h"
 #include "fiofla/report_pores.h"
+#include "report_bet_pages.h"
 
 namespace fiofla::py {
 namespace {
@@ -30,85 +31,17 @@ std::string SvgOnly(const CReportPageData& page) {
   return out + "</div>";
 }
 
-// As `fiofla report` frames them: the BET transform is near-linear only at low pressure and
-// the BET model diverges towards saturation, so the axes end a little past the range.
-void FrameAxes(const std::vector<std::shared_ptr<CCalcBET>>& calcs, CRSGraphAxisData::SSetup& betX,
-               CRSGraphAxisData::SSetup& betY, CRSGraphAxisData::SSetup& isoY) {
-  double rangeEnd = 0.0, quantityMax = 0.0;
-  for (const auto& calc : calcs) {
-    for (double x : calc->fitRelativePressure) rangeEnd = std::max(rangeEnd, x);
-    for (double q : calc->quantityAdsorbed)
-      if (std::isfinite(q)) quantityMax = std::max(quantityMax, q);
-  }
-  if (quantityMax > 0.0) {
-    isoY.autoScale = false;
-    isoY.minimum = 0.0;
-    isoY.maximum = 1.1 * quantityMax;
-  }
-  if (rangeEnd <= 0.0) return;
-  const double xEnd = std::min(1.0, std::ceil((rangeEnd + 0.1) / 0.05) * 0.05);
-  double yEnd = 0.0;
-  for (const auto& calc : calcs) {
-    auto take = [&](const CNumVector<double>& x, const CNumVector<double>& y) {
-      for (std::size_t i = 0; i < std::min(x.size(), y.size()); ++i)
-        if (x[i] <= xEnd && std::isfinite(y[i])) yEnd = std::max(yEnd, y[i]);
-    };
-    take(calc->fitRelativePressure, calc->fitTransform);
-    take(calc->otherRelativePressure, calc->otherTransform);
-    if (calc->fitRelativePressure.size() >= 2)
-      yEnd = std::max(yEnd, calc->yIntercept + calc->slope * xEnd);
-  }
-  if (!(yEnd > 0.0) || !std::isfinite(yEnd)) return;
-  betX.autoScale = false;
-  betX.minimum = 0.0;
-  betX.maximum = xEnd;
-  betY.autoScale = false;
-  betY.minimum = 0.0;
-  betY.maximum = 1.1 * yEnd;
-}
-
 }  // namespace
-
-std::string ReportStem(const std::string& path) {
-  const auto slash = path.find_last_of('/');
-  std::string name = path.substr(slash == std::string::npos ? 0 : slash + 1);
-  const auto dot = name.rfind('.');
-  if (dot != std::string::npos && dot > 0) name.resize(dot);
-  return name;
-}
-
-CReportDataItemBase* AddBetReportPlots(const std::vector<std::shared_ptr<CCalcBET>>& calcs,
-                                       const std::vector<CStr>& names, CReportPageData* page,
-                                       CReportDataItemBase* below) {
-  CRSGraphAxisData::SSetup betX, betY, isoX, isoY;
-  isoX.autoScale = false;
-  isoX.minimum = 0.0;
-  isoX.maximum = 1.0;
-  isoY.useMargin = true;
-  FrameAxes(calcs, betX, betY, isoY);
-  const bool overlay = calcs.size() > 1;
-  CReportDataItemBase* graph = NBET::PlotReportBET(calcs, names, page, betX, betY, overlay, below);
-  return NBET::PlotReportIso(calcs, names, page, isoX, isoY, overlay, graph);
-}
-
-std::string PoreCurveTitle(const std::string& name) {
-  if (name == "harkins-jura") return "Harkins and Jura";
-  if (name == "halsey") return "Halsey";
-  if (name == "carbon") return "Carbon Black STSA";
-  if (name == "bdb") return "Broekhoff-de Boer";
-  if (name == "kjs") return "Kruk-Jaroniec-Sayari";
-  return name;
-}
 
 std::string BetHtml(const IsothermData& iso, const cli::BetRun& run) {
   CReportPageData page(CStr("BET report: ") + iso.source);
-  AddBetReportPlots({run.calc}, {CStr(ReportStem(iso.source))}, &page, nullptr);
+  cli::AddPlots({run.calc}, {CStr(cli::Stem(iso.source))}, &page, nullptr);
   return SvgOnly(page);
 }
 
 std::string TPlotHtml(const CTPlotCalc& calc, const std::string& curve) {
   CReportPageData page(CStr("t-Plot report"));
-  AddTPlotSection(calc, CStr(PoreCurveTitle(curve)), &page, nullptr);
+  AddTPlotSection(calc, CStr(cli::ThicknessCurveTitle(curve)), &page, nullptr);
   return SvgOnly(page);
 }
 
@@ -143,7 +76,7 @@ std::string IsothermHtml(const IsothermData& iso) {
   x.minimum = 0.0;
   x.maximum = 1.0;
   y.useMargin = true;
-  NBET::PlotReportIso({run.calc}, {CStr(ReportStem(iso.source))}, &page, x, y, false, nullptr);
+  NBET::PlotReportIso({run.calc}, {CStr(cli::Stem(iso.source))}, &page, x, y, false, nullptr);
   return SvgOnly(page);
 }
 

@@ -16,17 +16,6 @@ class CTPlotCalc;
 
 namespace fiofla::py {
 
-/// The name of a thickness curve as report titles show it ("Harkins and Jura").
-std::string PoreCurveTitle(const std::string& name);
-
-/// A file's name without folder and extension, as report plots name their curves.
-std::string ReportStem(const std::string& path);
-/// The two BET plots (transform, isotherm) of the calculations, overlaid when several, framed
-/// as `fiofla report` frames them; returns the last item.
-CReportDataItemBase* AddBetReportPlots(const std::vector<std::shared_ptr<CCalcBET>>& calcs,
-                                       const std::vector<CStr>& names, CReportPageData* page,
-                                       CReportDataItemBase* below);
-
 /// The SVG plots of a BET result, one after another in a <div>.
 std::string BetHtml(const IsothermData& iso, const cli::BetRun& run);
 /// The SVG plot of a t-plot.
