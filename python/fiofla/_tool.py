@@ -149,16 +149,13 @@ def chemisorption(combined, weak=None, *, range=None, metal=None, loading=None, 
     range: (lo, hi) pressure range of the straight-line extrapolation, mmHg.
     Returns a ChemisorptionResult.
     """
-    isotherms = [combined] + ([weak] if weak is not None else [])
-    with _paths(isotherms) as files:
-        args = ["chemi", *files]
-        args += _options(
-            range=_range(range, "range"), metal=metal,
-            loading=None if loading is None else (loading if isinstance(loading, str) else repr(float(loading))),
-            gas=gas, stoichiometry=stoichiometry, uptake=uptake, shape_factor=shape_factor,
-            molar_mass=molar_mass, density=density, atom_area=atom_area,
-            report=os.fspath(report) if report else None)
-        return _run(args, "chemisorption", ["gas", "temperature_k"], "uptakes")
+    args = _options(
+        range=_range(range, "range"), metal=metal,
+        loading=None if loading is None else (loading if isinstance(loading, str) else repr(float(loading))),
+        gas=gas, stoichiometry=stoichiometry, uptake=uptake, shape_factor=shape_factor,
+        molar_mass=molar_mass, density=density, atom_area=atom_area,
+        report=os.fspath(report) if report else None)
+    return _fiofla._chemisorption(combined, weak, args)
 
 
 def reduce(run, output=None, *, gas_dir=None):
@@ -191,11 +188,9 @@ def hk(isotherm, *, geometry=None, method=None, adsorbent=None, adsorbate=None,
     the named ones' as (d Å, alpha cm3, chi cm3, n 1/cm2). max_p_rel: highest P/Po used;
     max_width: largest width searched, Å. Returns an HkResult.
     """
-    with _paths([isotherm]) as files:
-        args = ["hk", files[0]] + _options(
-            geometry=geometry, method=method, adsorbent=adsorbent, adsorbate=adsorbate,
-            adsorbent_constants=_constants(adsorbent_constants, "adsorbent_constants"),
-            adsorbate_constants=_constants(adsorbate_constants, "adsorbate_constants"),
-            max_p_rel=max_p_rel, max_width=max_width, density_conversion=density_conversion)
-        return _run(args, "hk", ["micropore_volume_cm3_per_g", "median_width_angstrom"],
-                    "intervals")
+    args = _options(
+        geometry=geometry, method=method, adsorbent=adsorbent, adsorbate=adsorbate,
+        adsorbent_constants=_constants(adsorbent_constants, "adsorbent_constants"),
+        adsorbate_constants=_constants(adsorbate_constants, "adsorbate_constants"),
+        max_p_rel=max_p_rel, max_width=max_width, density_conversion=density_conversion)
+    return _fiofla._hk(isotherm, args)

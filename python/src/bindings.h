@@ -6,6 +6,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -74,6 +75,15 @@ pyb::array_t<double> ToArray(const std::vector<double>& v);
 std::shared_ptr<BetResult> MakeBetResult(std::shared_ptr<const IsothermData> iso,
                                          const cli::BetSettings& settings);
 
+/// Runs the body of one of the tool's commands (its options already set) with the GIL
+/// released and no lock: the body must use no process-wide gas cache. Its --json becomes
+/// the result; a usage or input error raises InputError, another failure gives `ok` false
+/// with the command's message.
+std::shared_ptr<Result> RunCommandBody(const std::function<int(cli::Streams&)>& body,
+                                       const std::string& kind,
+                                       const std::vector<std::string>& headline,
+                                       const std::string& mainTable);
+
 // Each binding file registers its functions.
 void BindResults(pyb::module_& m);
 void BindIsotherm(pyb::module_& m);
@@ -83,5 +93,6 @@ void BindReport(pyb::module_& m);
 void BindBatch(pyb::module_& m);
 void BindTool(pyb::module_& m);
 void BindIast(pyb::module_& m);
+void BindFamilies(pyb::module_& m);
 
 }  // namespace fiofla::py

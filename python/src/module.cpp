@@ -55,4 +55,5 @@ PYBIND11_MODULE(_fiofla, m) {
   py::BindBatch(m);
   py::BindTool(m);
   py::BindIast(m);
+  py::BindFamilies(m);
 }

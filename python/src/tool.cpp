@@ -16,6 +16,10 @@ using namespace pyb::literals;
 
 Value FromJson(const rapidjson::Value& v);
 
+}  // namespace
+
+namespace {
+
 std::shared_ptr<Table> TableFromJson(const rapidjson::Value& rows) {
   auto table = std::make_shared<Table>();
   // Columns in the order keys first appear; a row without a key leaves NaN or "".
@@ -107,7 +111,50 @@ std::shared_ptr<Result> ResultOf(const std::string& kind) {
   return Make<Result>();
 }
 
+// The command's result as Python sees it: its JSON read back, or `ok` false with its message.
+std::shared_ptr<Result> ResultOfRun(int code, const std::string& out, const std::string& err,
+                                    const std::string& kind,
+                                    const std::vector<std::string>& headline,
+                                    const std::string& mainTable) {
+  if (code == cli::kExitInputError || code == cli::kExitUsageError) ThrowInput(Message(err));
+  std::shared_ptr<Result> result = ResultOf(kind);
+  result->headline = headline;
+  result->mainTable = mainTable;
+  if (code != cli::kExitOk) {
+    result->ok = false;
+    result->reason = Message(err);
+  }
+  rapidjson::Document doc;
+  if (!out.empty() && !doc.Parse(out.c_str()).HasParseError() && doc.IsObject())
+    for (const auto& member : doc.GetObject())
+      result->fields.Add(member.name.GetString(), FromJson(member.value));
+  return result;
+}
+
 }  // namespace
+
+std::shared_ptr<Result> RunCommandBody(const std::function<int(cli::Streams&)>& body,
+                                       const std::string& kind,
+                                       const std::vector<std::string>& headline,
+                                       const std::string& mainTable) {
+  std::ostringstream out, err;
+  int code = 0;
+  std::string usage, input;
+  {
+    pyb::gil_scoped_release release;
+    cli::Streams io{out, err};
+    try {
+      code = body(io);
+    } catch (const cli::UsageError& e) {
+      usage = e.message.empty() ? "bad arguments" : e.message;
+    } catch (const InputError& e) {
+      input = e.what();
+    }
+  }
+  if (!usage.empty()) ThrowInput(usage);
+  if (!input.empty()) ThrowInput(input);
+  return ResultOfRun(code, out.str(), err.str(), kind, headline, mainTable);
+}
 
 void BindTool(pyb::module_& m) {
   m.def(
@@ -122,20 +169,7 @@ void BindTool(pyb::module_& m) {
           std::lock_guard<std::mutex> lock(GasCacheLock());
           code = cli::Run(args, out, err);
         }
-        if (code == cli::kExitInputError || code == cli::kExitUsageError)
-          ThrowInput(Message(err.str()));
-        std::shared_ptr<Result> result = ResultOf(kind);
-        result->headline = headline;
-        result->mainTable = mainTable;
-        if (code != cli::kExitOk) {
-          result->ok = false;
-          result->reason = Message(err.str());
-        }
-        rapidjson::Document doc;
-        if (!out.str().empty() && !doc.Parse(out.str().c_str()).HasParseError() && doc.IsObject())
-          for (const auto& member : doc.GetObject())
-            result->fields.Add(member.name.GetString(), FromJson(member.value));
-        return result;
+        return ResultOfRun(code, out.str(), err.str(), kind, headline, mainTable);
       },
       "args"_a, "kind"_a, "headline"_a, "main_table"_a);
   m.def(

@@ -2,6 +2,7 @@
 // isotherm, and the metal dispersion, active area and crystallite size it gives.
 #include <cmath>
 
+#include "chemi_options.h"
 #include "cli.h"
 #include "cli_common.h"
 #include "fiofla/gaschemi.h"
@@ -15,15 +16,7 @@ namespace {
 struct ChemiOptions {
   std::vector<std::string> files;
   IsothermReadOptions input;
-  std::string metal;
-  double loadingPercent = NAN;
-  std::string gas;
-  double stoichiometry = NAN;
-  double rangeLow = 100.0, rangeHigh = 400.0;
-  std::string uptake;  // "combined" or "strong"; empty: strong with a weak isotherm
-  double shapeFactor = 6.0;
-  double molarMass = NAN, density = NAN, atomArea = NAN;
-  std::string report;
+  ChemiSettings chemi;
   bool json = false;
 };
 
@@ -33,10 +26,7 @@ struct Points {
   IsothermInfo info;
 };
 
-Points ReadPoints(const std::string& file, const IsothermReadOptions& options, Streams& io) {
-  IsothermReadOptions input = options;
-  input.requirePo = false;  // chemisorption runs far above the gas's critical point
-  const IsothermData iso = ReadIsothermFile(file, input);
+Points PointsOf(const IsothermData& iso, const std::string& file, Streams& io) {
   // Notes on Po are left out: P/Po plays no part here, and a gas far above its critical
   // point has none to find.
   for (const std::string& note : iso.notes)
@@ -62,7 +52,7 @@ const char* IsothermKey(CSinfeltCalc::EIsotherm which) {
 }
 
 // The metal with the user's own values in place of the table's.
-SMetalProperties MetalOf(const ChemiOptions& o) {
+SMetalProperties MetalOf(const ChemiSettings& o) {
   SMetalProperties m;
   if (const auto known = FindMetal(o.metal)) {
     m = *known;
@@ -136,24 +126,54 @@ void AddFits(Result& r, const CSinfeltCalc& calc) {
   }
 }
 
+double ParseLoading(const std::string& v) {
+  std::string number = v;
+  for (const char* suffix : {"wt%", "%"}) {
+    const std::string s = suffix;
+    if (number.size() > s.size() && number.compare(number.size() - s.size(), s.size(), s) == 0) {
+      number.erase(number.size() - s.size());
+      break;
+    }
+  }
+  while (!number.empty() && number.back() == ' ') number.pop_back();
+  const auto x = ToDouble(number);
+  if (!x || !(*x > 0.0 && *x <= 100.0))
+    throw UsageError{"--loading '" + v + "' is not a metal content above 0 and at most 100 wt%"};
+  return *x;
+}
+
 int Chemi(const ChemiOptions& o, Streams& io) {
   if (o.files.empty()) throw UsageError{"no COMBINED isotherm given"};
   if (o.files.size() > 2) throw UsageError{"more than two isotherms given: COMBINED [WEAK]"};
+  IsothermReadOptions input = o.input;
+  input.requirePo = false;  // chemisorption runs far above the gas's critical point
+  std::vector<IsothermData> read;
+  for (const std::string& file : o.files) read.push_back(ReadIsothermFile(file, input));
+  std::vector<const IsothermData*> isotherms;
+  for (const IsothermData& iso : read) isotherms.push_back(&iso);
+  return PrintChemi(isotherms, o.files, o.chemi, o.json, io);
+}
+
+}  // namespace
+
+int PrintChemi(const std::vector<const IsothermData*>& isotherms,
+               const std::vector<std::string>& files, const ChemiSettings& o, bool json,
+               Streams& io) {
   const bool surface = !o.metal.empty() || !std::isnan(o.loadingPercent);
   if (surface && (o.metal.empty() || std::isnan(o.loadingPercent)))
     throw UsageError{o.metal.empty() ? "--loading needs --metal" : "--metal needs --loading"};
-  if (o.uptake == "strong" && o.files.size() < 2)
+  if (o.uptake == "strong" && files.size() < 2)
     throw UsageError{"--uptake strong needs a WEAK isotherm"};
   const SMetalProperties metal = surface ? MetalOf(o) : SMetalProperties();
 
-  const Points combined = ReadPoints(o.files[0], o.input, io);
-  const Points weak = o.files.size() > 1 ? ReadPoints(o.files[1], o.input, io) : Points();
+  const Points combined = PointsOf(*isotherms[0], files[0], io);
+  const Points weak = files.size() > 1 ? PointsOf(*isotherms[1], files[1], io) : Points();
   const std::string gas = !o.gas.empty() ? o.gas : combined.info.adsorptive;
   double stoichiometry = o.stoichiometry;
   if (surface && std::isnan(stoichiometry)) {
     const auto known = ChemisorptionStoichiometry(gas);
     if (!known)
-      throw UsageError{gas.empty() ? "no --gas given and " + o.files[0] +
+      throw UsageError{gas.empty() ? "no --gas given and " + files[0] +
                                          " names no adsorptive; give --gas or --stoichiometry"
                                    : "--gas '" + gas +
                                          "' has no usual stoichiometry (H2, D2, CO, O2, N2O); "
@@ -173,10 +193,10 @@ int Chemi(const ChemiOptions& o, Streams& io) {
   std::string title = "Chemisorption";
   if (!gas.empty()) title += " of " + gas;
   if (surface) title += " on " + metal.symbol;
-  title += " from " + o.files[0] + (o.files.size() > 1 ? " and " + o.files[1] : "");
+  title += " from " + files[0] + (files.size() > 1 ? " and " + files[1] : "");
   Result r(title);
-  r.Add("combined_file", "Combined isotherm", o.files[0]);
-  if (o.files.size() > 1) r.Add("weak_file", "Weak isotherm", o.files[1]);
+  r.Add("combined_file", "Combined isotherm", files[0]);
+  if (files.size() > 1) r.Add("weak_file", "Weak isotherm", files[1]);
   if (!gas.empty()) r.Add("gas", "", gas);
   if (std::isfinite(combined.info.temperatureK))
     r.Add("temperature_k", "Temperature", combined.info.temperatureK, "K", Sig(6));
@@ -221,10 +241,10 @@ int Chemi(const ChemiOptions& o, Streams& io) {
   }
   if (!calc.GetModelFits().empty()) AddFits(r, calc);
   if (!o.report.empty()) {
-    CReportPageData page(CStr("Chemisorption report: " + o.files[0]));
+    CReportPageData page(CStr("Chemisorption report: " + files[0]));
     std::string what = "Extrapolated from " + Num(o.rangeLow) + " to " + Num(o.rangeHigh) +
-                       " mmHg; combined isotherm " + o.files[0];
-    if (o.files.size() > 1) what += ", weak isotherm " + o.files[1];
+                       " mmHg; combined isotherm " + files[0];
+    if (files.size() > 1) what += ", weak isotherm " + files[1];
     CReportDataItemBase* last = AddChemiSection(calc, CStr(what), &page, nullptr);
     if (active && active->IsOK()) {
       SActiveSurfaceReport a;
@@ -236,11 +256,11 @@ int Chemi(const ChemiOptions& o, Streams& io) {
       a.uptakeUsed = IsothermKey(which);
       AddActiveSurfaceTable(*active, a, &page, last);
     }
-    const std::string files = o.files[0] + (o.files.size() > 1 ? ", " + o.files[1] : "");
-    WriteReportPages({&page}, "Chemisorption report", "Isotherms: " + files, o.report,
-                     "fiofla chemi", files, o.json ? io.err : io.out);
+    const std::string names = files[0] + (files.size() > 1 ? ", " + files[1] : "");
+    WriteReportPages({&page}, "Chemisorption report", "Isotherms: " + names, o.report,
+                     "fiofla chemi", names, json ? io.err : io.out);
   }
-  r.Print(io.out, o.json);
+  r.Print(io.out, json);
 
   int code = kExitOk;
   if (!calc.IsOK()) {
@@ -261,23 +281,72 @@ int Chemi(const ChemiOptions& o, Streams& io) {
   return code;
 }
 
-double ParseLoading(const std::string& v) {
-  std::string number = v;
-  for (const char* suffix : {"wt%", "%"}) {
-    const std::string s = suffix;
-    if (number.size() > s.size() && number.compare(number.size() - s.size(), s.size(), s) == 0) {
-      number.erase(number.size() - s.size());
-      break;
-    }
-  }
-  while (!number.empty() && number.back() == ' ') number.pop_back();
-  const auto x = ToDouble(number);
-  if (!x || !(*x > 0.0 && *x <= 100.0))
-    throw UsageError{"--loading '" + v + "' is not a metal content above 0 and at most 100 wt%"};
-  return *x;
+void AddChemiOptions(CLI::App* cmd, ChemiSettings& s) {
+  cmd->add_option_function<std::string>(
+         "--range",
+         [&s](const std::string& v) {
+           std::tie(s.rangeLow, s.rangeHigh) = ParseRange("--range", v);
+         },
+         "pressure range of the straight-line extrapolation, mmHg (default 100:400)")
+      ->type_name("LO:HI");
+  cmd->add_option("--metal", s.metal,
+                  "the active metal (Pt, Pd, Ni, Rh, Ru, Ir, Cu, Ag, Au, Co, Fe)")
+      ->type_name("M");
+  cmd->add_option_function<std::string>(
+         "--loading", [&s](const std::string& v) { s.loadingPercent = ParseLoading(v); },
+         "metal content of the sample, wt% (1wt%, 0.5)")
+      ->type_name("W");
+  cmd->add_option("--gas", s.gas, "the probe gas (default: the file's adsorptive)")->type_name("G");
+  cmd->add_option_function<std::string>(
+         "--stoichiometry",
+         [&s](const std::string& v) { s.stoichiometry = ParsePositive("--stoichiometry", v); },
+         "metal atoms per gas molecule (default by gas: H2 2, CO 1, O2 2, N2O 2)")
+      ->type_name("N");
+  cmd->add_option_function<std::string>(
+         "--uptake",
+         [&s](const std::string& v) {
+           if (v != "combined" && v != "strong")
+             throw UsageError{"--uptake '" + v + "' is not combined or strong"};
+           s.uptake = v;
+         },
+         "uptake the dispersion uses: combined or strong (default: strong with a WEAK\n"
+         "isotherm, else combined)")
+      ->type_name("U");
+  cmd->add_option_function<std::string>(
+         "--shape-factor",
+         [&s](const std::string& v) {
+           if (v == "sphere")
+             s.shapeFactor = 6.0;
+           else if (v == "hemisphere" || v == "cube")
+             s.shapeFactor = 5.0;
+           else
+             s.shapeFactor = ParsePositive("--shape-factor", v);
+         },
+         "crystallite shape: sphere (6, default), hemisphere or cube (5), or a number")
+      ->type_name("F");
+  cmd->add_option_function<std::string>(
+         "--molar-mass",
+         [&s](const std::string& v) { s.molarMass = ParsePositive("--molar-mass", v); },
+         "molar mass of the metal, g/mol, in place of the table's")
+      ->type_name("G/MOL");
+  cmd->add_option_function<std::string>(
+         "--density", [&s](const std::string& v) { s.density = ParsePositive("--density", v); },
+         "density of the metal, g/cm3, in place of the table's")
+      ->type_name("G/CM3");
+  cmd->add_option_function<std::string>(
+         "--atom-area",
+         [&s](const std::string& v) { s.atomArea = ParsePositive("--atom-area", v); },
+         "cross-sectional area of a surface metal atom, nm2, in place of the table's")
+      ->type_name("NM2");
+  cmd->add_option_function<std::string>(
+         "--report",
+         [&s](const std::string& v) {
+           if (v.empty()) throw UsageError{"--report needs a file name"};
+           s.report = v;
+         },
+         "also write the report page to OUT (.html, .json or .txt by its extension)")
+      ->type_name("OUT");
 }
-
-}  // namespace
 
 void AddChemiCommand(CLI::App& app, Commands& commands) {
   auto o = std::make_shared<ChemiOptions>();
@@ -295,71 +364,7 @@ void AddChemiCommand(CLI::App& app, Commands& commands) {
   cmd->add_option("COMBINED", o->files, "the combined isotherm, then the WEAK one when measured")
       ->expected(1, 2);
   AddInputOptions(cmd, o->input);
-  cmd->add_option_function<std::string>(
-         "--range",
-         [o](const std::string& v) {
-           std::tie(o->rangeLow, o->rangeHigh) = ParseRange("--range", v);
-         },
-         "pressure range of the straight-line extrapolation, mmHg (default 100:400)")
-      ->type_name("LO:HI");
-  cmd->add_option("--metal", o->metal,
-                  "the active metal (Pt, Pd, Ni, Rh, Ru, Ir, Cu, Ag, Au, Co, Fe)")
-      ->type_name("M");
-  cmd->add_option_function<std::string>(
-         "--loading", [o](const std::string& v) { o->loadingPercent = ParseLoading(v); },
-         "metal content of the sample, wt% (1wt%, 0.5)")
-      ->type_name("W");
-  cmd->add_option("--gas", o->gas, "the probe gas (default: the file's adsorptive)")
-      ->type_name("G");
-  cmd->add_option_function<std::string>(
-         "--stoichiometry",
-         [o](const std::string& v) { o->stoichiometry = ParsePositive("--stoichiometry", v); },
-         "metal atoms per gas molecule (default by gas: H2 2, CO 1, O2 2, N2O 2)")
-      ->type_name("N");
-  cmd->add_option_function<std::string>(
-         "--uptake",
-         [o](const std::string& v) {
-           if (v != "combined" && v != "strong")
-             throw UsageError{"--uptake '" + v + "' is not combined or strong"};
-           o->uptake = v;
-         },
-         "uptake the dispersion uses: combined or strong (default: strong with a WEAK\n"
-         "isotherm, else combined)")
-      ->type_name("U");
-  cmd->add_option_function<std::string>(
-         "--shape-factor",
-         [o](const std::string& v) {
-           if (v == "sphere")
-             o->shapeFactor = 6.0;
-           else if (v == "hemisphere" || v == "cube")
-             o->shapeFactor = 5.0;
-           else
-             o->shapeFactor = ParsePositive("--shape-factor", v);
-         },
-         "crystallite shape: sphere (6, default), hemisphere or cube (5), or a number")
-      ->type_name("F");
-  cmd->add_option_function<std::string>(
-         "--molar-mass",
-         [o](const std::string& v) { o->molarMass = ParsePositive("--molar-mass", v); },
-         "molar mass of the metal, g/mol, in place of the table's")
-      ->type_name("G/MOL");
-  cmd->add_option_function<std::string>(
-         "--density", [o](const std::string& v) { o->density = ParsePositive("--density", v); },
-         "density of the metal, g/cm3, in place of the table's")
-      ->type_name("G/CM3");
-  cmd->add_option_function<std::string>(
-         "--atom-area",
-         [o](const std::string& v) { o->atomArea = ParsePositive("--atom-area", v); },
-         "cross-sectional area of a surface metal atom, nm2, in place of the table's")
-      ->type_name("NM2");
-  cmd->add_option_function<std::string>(
-         "--report",
-         [o](const std::string& v) {
-           if (v.empty()) throw UsageError{"--report needs a file name"};
-           o->report = v;
-         },
-         "also write the report page to OUT (.html, .json or .txt by its extension)")
-      ->type_name("OUT");
+  AddChemiOptions(cmd, o->chemi);
   cmd->add_flag("--json", o->json, "print the result as JSON");
   commands.Add(cmd, [o](Streams& io) { return Chemi(*o, io); });
 }

@@ -50,23 +50,30 @@ void AddDroppedPoints(Result& r, const HkRun& run, const IsothermData& iso, doub
 int Hk(const HkOptions& o, Streams& io) {
   if (o.file.empty()) throw UsageError{"no isotherm FILE given"};
   const IsothermData iso = LoadIsotherm(o.file, o.input, io.err);
-  const HkRun run = RunHkOn(iso, o.hk);
+  return PrintHk(iso, o.file, o.hk, o.json, io);
+}
+
+}  // namespace
+
+int PrintHk(const IsothermData& iso, const std::string& file, const HkSettings& settings, bool json,
+            Streams& io) {
+  const HkRun run = RunHkOn(iso, settings);
   const CHKCalc& hk = *run.calc;
   if (hk.GetStatus() != CHKCalc::STATUS_OK) {
-    io.err << "fiofla hk: " << o.file << ": no Horvath-Kawazoe result (" << run.isoIndex.size()
+    io.err << "fiofla hk: " << file << ": no Horvath-Kawazoe result (" << run.isoIndex.size()
            << " adsorption points, " << run.description << "): " << HKStatusText(hk.GetStatus())
            << "\n";
     return kExitNoResult;
   }
   const fiofla::HKPotential& pot = hk.GetPotential();
-  Result r("Horvath-Kawazoe pore-size distribution of " + o.file);
-  r.Add("file", "", o.file)
-      .Add("geometry", "", std::string(HKGeometryName(o.hk.geometry)))
-      .Add("method", "", std::string(HKMethodName(o.hk.method)))
+  Result r("Horvath-Kawazoe pore-size distribution of " + file);
+  r.Add("file", "", file)
+      .Add("geometry", "", std::string(HKGeometryName(settings.geometry)))
+      .Add("method", "", std::string(HKMethodName(settings.method)))
       .Add("temperature_k", "", run.temperatureK)
       .Add("density_conversion", "", run.densityConversion)
-      .Add("max_relative_pressure", "", o.hk.maxRelPress)
-      .Text(run.description + ", P/Po up to " + Num(o.hk.maxRelPress))
+      .Add("max_relative_pressure", "", settings.maxRelPress)
+      .Text(run.description + ", P/Po up to " + Num(settings.maxRelPress))
       .Text("")
       .Add("micropore_volume_cm3_per_g", "Micropore volume", hk.GetMicroporeVolume(),
            "cm3/g liquid (" + Num(run.densityConversion) + " cm3 liquid per cm3 STP)", Dec(6))
@@ -76,7 +83,7 @@ int Hk(const HkOptions& o, Streams& io) {
            "cm3/g in pores up to " + Num(hk.GetWidths().front(), 4) + " Å", Dec(6))
       .Add("narrowest_width_angstrom", "Narrowest pore", pot.MinWidth(),
            "Å (filled at P/Po " + Num(std::exp(pot.MinLnRelPress()), 4) + ")", Dec(3));
-  if (o.hk.method == HKMethod::kChengYang)
+  if (settings.method == HKMethod::kChengYang)
     r.Add("langmuir_capacity_cm3_per_g_stp", "Langmuir capacity", hk.GetLangmuirCapacity(),
           "cm3/g STP (filling q/q_m of the correction)", Sig(6));
   Table& points = r.AddTable("points", "Points",
@@ -102,12 +109,10 @@ int Hk(const HkOptions& o, Streams& io) {
                          {"dv_dlogw_cm3_per_g", "dV/dlogw", 12, Sig(5)}});
   for (std::size_t k = 0; k < avg.size(); ++k)
     t.Row({w[k], w[k + 1], avg[k], vol[k], dif[k], logDif[k]});
-  AddDroppedPoints(r, run, iso, o.hk.maxRelPress);
-  r.Print(io.out, o.json);
+  AddDroppedPoints(r, run, iso, settings.maxRelPress);
+  r.Print(io.out, json);
   return kExitOk;
 }
-
-}  // namespace
 
 void AddHkCommand(CLI::App& app, Commands& commands) {
   auto o = std::make_shared<HkOptions>();

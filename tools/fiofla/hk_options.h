@@ -52,4 +52,10 @@ struct HkRun {
 /// cannot be told (an adsorptive without constants and no --adsorbate).
 HkRun RunHkOn(const IsothermData& iso, const HkSettings& s);
 
+/// Runs the analysis on `iso` (read from `file`) and prints what `fiofla hk` prints, as text
+/// or JSON; returns the command's exit code. Touches no process-wide state, so threads may
+/// run it side by side.
+int PrintHk(const IsothermData& iso, const std::string& file, const HkSettings& s, bool json,
+            Streams& io);
+
 }  // namespace fiofla::cli
