@@ -109,14 +109,12 @@ def iast(components, fractions, *, models=None, pressure=None, pressures=None,
         return _run(args, "iast", ["pressure_unit", "loading_unit"], "points")
 
 
-def _heat(isotherms, method, loadings, orders, p0, report, kind, headline):
-    with _paths(isotherms) as files:
-        args = ["heat", "isosteric", *files]
-        args += _options(
-            method=method, loadings=_range(loadings, "loadings", count=True),
-            orders=",".join(str(int(o)) for o in orders) if orders else None,
-            p0=_pressure(p0, "p0"), report=os.fspath(report) if report else None)
-        return _run(args, kind, headline, "heats")
+def _heat(isotherms, method, loadings, orders, p0, report, virial):
+    args = _options(
+        method=method, loadings=_range(loadings, "loadings", count=True),
+        orders=",".join(str(int(o)) for o in orders) if orders else None,
+        report=os.fspath(report) if report else None)
+    return _fiofla._isosteric(list(isotherms), args, p0, virial)
 
 
 def isosteric_heat(isotherms, *, loadings=None, p0=None, report=None):
@@ -126,7 +124,7 @@ def isosteric_heat(isotherms, *, loadings=None, p0=None, report=None):
     loadings: (lo, hi, n) in the files' loading unit (default: 10 over the shared range).
     Returns a HeatResult; ``heats`` is the table of heats by loading.
     """
-    return _heat(isotherms, None, loadings, None, p0, report, "heat", ["loading_unit"])
+    return _heat(isotherms, None, loadings, None, p0, report, False)
 
 
 def virial(isotherms, *, orders=None, loadings=None, p0=None, report=None):
@@ -136,7 +134,7 @@ def virial(isotherms, *, orders=None, loadings=None, p0=None, report=None):
     orders: (M, K) of the sums; default chosen by AICc up to (6, 4).
     Returns a VirialResult; ``virial`` holds the fitted equation.
     """
-    return _heat(isotherms, "virial", loadings, orders, p0, report, "virial", ["loading_unit"])
+    return _heat(isotherms, "virial", loadings, orders, p0, report, True)
 
 
 def chemisorption(combined, weak=None, *, range=None, metal=None, loading=None, gas=None,

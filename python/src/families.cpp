@@ -1,9 +1,14 @@
-// hk and chemisorption (the analyses that take the tool's option spellings) run the body of the
+// hk, chemisorption and the isosteric heats (the analyses that take the tool's option
+// spellings) run the body of the
 // tool's command in-process on an isotherm already read, with the GIL released and no lock:
 // the body reads no file and uses no process-wide cache, so threads run side by side. The
 // options go through the tool's own declarations, so values are checked with its messages.
+#include <cmath>
+
 #include "bindings.h"
 #include "chemi_options.h"
+#include "fiofla/compress.h"
+#include "heat_options.h"
 #include "hk_options.h"
 
 namespace fiofla::py {
@@ -29,6 +34,30 @@ Settings SettingsOf(const std::vector<std::string>& args, Declare declare) {
   }
   if (!message.empty()) ThrowInput(message);
   return settings;
+}
+
+// The isotherm `value` gives, read without requiring Po (gases above their critical point
+// have none), with `poMmHg` (NaN: none) in place of the file's Po. An Isotherm already held
+// keeps its pressures; one of P/Po only gets its pressures from `poMmHg`.
+std::shared_ptr<const IsothermData> AbsoluteIsothermArg(const pyb::handle& value, double poMmHg) {
+  if (!pyb::isinstance<PyIsotherm>(value) && std::isfinite(poMmHg)) {
+    if (!pyb::isinstance<pyb::str>(value) && !pyb::hasattr(value, "__fspath__"))
+      return IsothermArg(value, false);  // raises the usual message
+    const std::string path = pyb::str(pyb::module_::import("os").attr("fspath")(value));
+    IsothermReadOptions options = ThreadReadOptions();
+    options.requirePo = false;
+    options.noteMissingPo = false;
+    options.poMmHg = poMmHg;
+    return Unlocked(
+        [&] { return std::make_shared<const IsothermData>(ReadIsothermFile(path, options)); });
+  }
+  auto iso = IsothermArg(value, false);
+  if (!std::isfinite(poMmHg) || iso->pressureMmHg.size() == iso->size()) return iso;
+  auto copy = std::make_shared<IsothermData>(*iso);
+  copy->poMmHg.assign(copy->size(), poMmHg);
+  copy->pressureMmHg.clear();
+  for (double x : copy->relativePressure) copy->pressureMmHg.push_back(x * poMmHg);
+  return copy;
 }
 
 }  // namespace
@@ -63,6 +92,28 @@ void BindFamilies(pyb::module_& m) {
             "chemisorption", {"gas", "temperature_k"}, "uptakes");
       },
       "combined"_a, "weak"_a, "args"_a);
+  m.def(
+      "_isosteric",
+      [](const std::vector<pyb::handle>& values, const std::vector<std::string>& args,
+         const pyb::handle& p0, bool virial) {
+        const auto settings = SettingsOf<cli::IsostericSettings>(args, cli::AddIsostericOptions);
+        const double poMmHg = p0.is_none() ? NAN : ToPressureMmHg(p0, "p0");
+        std::vector<std::shared_ptr<const IsothermData>> held;
+        for (const auto& value : values) held.push_back(AbsoluteIsothermArg(value, poMmHg));
+        std::vector<const IsothermData*> isotherms;
+        std::vector<std::string> names;
+        for (const auto& iso : held) {
+          isotherms.push_back(iso.get());
+          names.push_back(iso->source);
+        }
+        return RunCommandBody(
+            [&](cli::Streams& io) {
+              return cli::PrintIsosteric(isotherms, names, settings, true, io,
+                                         &CGasCompressibilityCache::ForThisThread());
+            },
+            virial ? "virial" : "heat", {"loading_unit"}, "heats");
+      },
+      "isotherms"_a, "args"_a, "p0"_a, "virial"_a);
 }
 
 }  // namespace fiofla::py

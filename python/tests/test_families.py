@@ -92,6 +92,13 @@ def test_isosteric_heat_and_virial_match_the_tool(tmp_path):
     result = fiofla.virial(files, orders=(2, 1))
     assert isinstance(result, fiofla.VirialResult)
     _same_result(result, expected)
+    # Isotherms held in Python give the heats their files give, named by their sources.
+    held = [fiofla.read_isotherm(f, require_p0=False) for f in files]
+    again = fiofla.virial(held, orders=(2, 1))
+    assert list(again.isotherms["file"]) == files
+    assert np.array_equal(again.heats["qst_kj_per_mol"], result.heats["qst_kj_per_mol"])
+    with pytest.raises(fiofla.InputError, match="two or more"):
+        fiofla.isosteric_heat(held[:1])
 
 
 def test_chemisorption_matches_the_tool():
@@ -165,11 +172,12 @@ def test_threads_mixing_locked_and_free_analyses_finish_and_agree():
     assert {k: repr(v) for k, v in out.items()} == {k: repr(v) for k, v in serial.items()}
 
 
-def test_hk_and_chemisorption_in_threads_agree_with_a_serial_run():
-    """hk and chemisorption run without the shared lock: threads running them side by side,
-    on files and on isotherms held in Python, give what one thread gives."""
+def test_hk_chemisorption_and_heats_in_threads_agree_with_a_serial_run(tmp_path):
+    """hk, chemisorption and the heats run without the shared lock: threads running them
+    side by side, on files and on isotherms held in Python, give what one thread gives."""
     import threading
 
+    family = [fiofla.read_isotherm(f, require_p0=False) for f in _langmuir_family(tmp_path)]
     carbon = fiofla.read_isotherm(example("n2_77k_carbon.csv"))
     combined, weak = example("h2_308k_pt_combined.csv"), example("h2_308k_pt_weak.csv")
     held = fiofla.read_isotherm(combined, require_p0=False)
@@ -180,6 +188,8 @@ def test_hk_and_chemisorption_in_threads_agree_with_a_serial_run():
         "chemi": lambda: fiofla.chemisorption(combined, weak, metal="Pt",
                                               loading=1).to_dict(plain=True),
         "chemi_held": lambda: fiofla.chemisorption(held, range=(50, 300)).to_dict(plain=True),
+        "heat": lambda: fiofla.isosteric_heat(family, loadings=(0.5, 3, 6)).to_dict(plain=True),
+        "virial": lambda: fiofla.virial(family, orders=(2, 1)).to_dict(plain=True),
     }
     serial = {name: job() for name, job in jobs.items()}
     out, errors = {}, []

@@ -22,8 +22,9 @@ std::string KnownNames() {
 // cm3/g STP per unit of the loading unit `text` for this isotherm's adsorptive; the units the
 // report knows first, then any amount per mass of adsorbent the unit grammar reads.
 std::optional<double> LoadingFactor(const std::string& text, const IsothermInfo& info,
-                                    double molarMassGPerMol, std::string* why) {
-  CUnits units = LoadingUnitsFor(info);
+                                    double molarMassGPerMol, std::string* why,
+                                    CGasCompressibilityCache* cache) {
+  CUnits units = LoadingUnitsFor(info, cache);
   if (!(units.MolarMass() > 0.0) && molarMassGPerMol > 0.0) units.SetMolarMass(molarMassGPerMol);
   const int index = units.Find(CStr(text));
   const double molarMass = units.MolarMass(), density = units.LiquidDensity();
@@ -122,7 +123,7 @@ FitInput PrepareFitInput(const IsothermData& iso, const std::string& file, const
 
   std::string why;
   const std::string loadingText = s.loadingUnit.empty() ? iso.info.loadingUnit : s.loadingUnit;
-  const auto factor = LoadingFactor(loadingText, iso.info, s.molarMassGPerMol, &why);
+  const auto factor = LoadingFactor(loadingText, iso.info, s.molarMassGPerMol, &why, s.gasCache);
   if (!factor) {
     if (!s.loadingUnit.empty()) throw UsageError{"--loading-unit " + why};
     throw InputError(file + ": loadings cannot be fitted in the file's unit: " + why);

@@ -26,6 +26,9 @@ struct FitSettings {
   std::string loadingUnit;
   /// Molar mass of the adsorptive [g/mol] for mass loadings when it has no gas table; 0: none.
   double molarMassGPerMol = 0.0;
+  /// Gas tables for the loading units (molar mass, liquid density); null for the
+  /// process-wide cache, which belongs to the tool's one thread.
+  CGasCompressibilityCache* gasCache = nullptr;
   /// Branch fitted.
   bool desorption = false;
 };

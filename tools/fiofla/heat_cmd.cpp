@@ -10,6 +10,7 @@
 #include "fiofla/io/ramp_runs_file.h"
 #include "fiofla/report_heat.h"
 #include "fit_options.h"
+#include "heat_options.h"
 #include "report_out.h"
 #include "result.h"
 
@@ -19,12 +20,7 @@ namespace {
 struct IsostericOptions {
   std::vector<std::string> files;
   IsothermReadOptions input;
-  bool loadingsGiven = false;
-  double low = 0.0, high = 0.0;
-  int count = 10;
-  bool virial = false;
-  int orderA = -1, orderB = -1;  // -1: chosen by AICc
-  std::string report;
+  IsostericSettings heat;
   bool json = false;
 };
 
@@ -70,14 +66,66 @@ void AddVirialSummary(Result& r, const NIsothermModel::CVirialExpansion& v, cons
                   "; residual s.d. of ln P " + Num(v.GetResidualStdDev(), 3));
 }
 
+int Dynamic(const DynamicOptions& o, Streams& io) {
+  if (o.file.empty()) throw UsageError{"no RUNS.csv given"};
+  const std::vector<RampRun> runs = ReadRampRunsCsv(o.file);
+  std::vector<CDynamicHeatCalc::STempRampRate> used;
+  std::vector<std::string> skipped;
+  for (const RampRun& run : runs) {
+    const std::string line = "line " + std::to_string(run.line) + ": ";
+    if (!(run.peakTemperatureK > 0.0))
+      skipped.push_back(line + "peak temperature " + Num(run.peakTemperatureK) +
+                        " K is not positive");
+    else if (!(run.rampRateKPerMin > 0.0))
+      skipped.push_back(line + "ramp rate " + Num(run.rampRateKPerMin) + " K/min is not positive");
+    else
+      used.push_back({run.peakTemperatureK, run.rampRateKPerMin});
+  }
+  const CDynamicHeatCalc calc(used);
+  Result r("Heat of desorption from " + o.file);
+  r.Add("file", "", o.file)
+      .Add("runs", "Runs used", static_cast<long long>(used.size()))
+      .Add("heat_of_desorption_kj_per_mol", "Heat of desorption", calc.GetHeatOfDesorption(),
+           "kJ/mol", Sig(6))
+      .Error("heat_error_kj_per_mol", calc.GetHeatError(), Sig(3))
+      .Add("slope_k", "Slope", calc.GetFitSlope(), "K")
+      .Error("slope_error_k", calc.GetFitSlopeError(), Sig(3))
+      .Add("intercept", "Intercept", calc.GetFitYIntercept())
+      .Error("intercept_error", calc.GetFitYInterceptError(), Sig(3))
+      .Add("correlation", "Correlation", calc.GetFitCorrCoef(), "", Sig(8));
+  r.Text("(line ln(Tp^2/rate) = slope/Tp + intercept, rate in K/min)");
+  r.List("skipped", skipped.empty() ? "" : "Skipped:", skipped);
+  r.Print(io.out, o.json);
+  if (!calc.IsValid()) {
+    io.err << "fiofla heat dynamic: " << o.file << ": fewer than two usable runs\n";
+    return kExitNoResult;
+  }
+  return kExitOk;
+}
+
 int Isosteric(const IsostericOptions& o, Streams& io) {
   if (o.files.size() < 2) throw UsageError{"two or more isotherm FILEs are needed"};
   IsothermReadOptions input = o.input;
   input.requirePo = false;  // gases above their critical point have no Po
   input.noteMissingPo = false;
+  std::vector<IsothermData> read;
+  for (const std::string& file : o.files) read.push_back(LoadIsotherm(file, input, io.err));
+  std::vector<const IsothermData*> isotherms;
+  for (const IsothermData& iso : read) isotherms.push_back(&iso);
+  return PrintIsosteric(isotherms, o.files, o.heat, o.json, io);
+}
+
+}  // namespace
+
+int PrintIsosteric(const std::vector<const IsothermData*>& data,
+                   const std::vector<std::string>& names, const IsostericSettings& o, bool json,
+                   Streams& io, CGasCompressibilityCache* gasCache) {
+  if (data.size() < 2) throw UsageError{"two or more isotherm FILEs are needed"};
+  if (!o.virial && o.orderA >= 0) throw UsageError{"--orders goes with --method virial"};
   std::vector<IsothermAtT> isotherms;
-  for (const std::string& file : o.files) {
-    const IsothermData iso = LoadIsotherm(file, input, io.err);
+  for (std::size_t k = 0; k < data.size(); ++k) {
+    const IsothermData& iso = *data[k];
+    const std::string& file = names[k];
     if (!(iso.info.temperatureK > 0.0))
       throw InputError(file + ": gives no temperature (add '# temperature: 298.15 K')");
     if (iso.pressureMmHg.size() != iso.size())
@@ -86,6 +134,7 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
                        "needs absolute pressures (give --p0)");
     FitSettings s;
     s.pressureUnit = "kPa";
+    s.gasCache = gasCache;
     isotherms.push_back({file, iso.info.temperatureK, PrepareFitInput(iso, file, s)});
     const IsothermAtT& b = isotherms.back();
     if (b.points.loadingUnit != isotherms.front().points.loadingUnit)
@@ -226,9 +275,9 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
     for (const IsothermAtT& b : isotherms) files += (files.empty() ? "" : ", ") + b.file;
     WriteReportPages({&report}, "Isosteric heat report", "Isotherms: " + files, o.report,
                      "fiofla heat isosteric", std::to_string(isotherms.size()) + " isotherms",
-                     o.json ? io.err : io.out);
+                     json ? io.err : io.out);
   }
-  r.Print(io.out, o.json);
+  r.Print(io.out, json);
   if (ok == 0) {
     io.err << "fiofla heat isosteric: no loading is reached by two isotherms\n";
     return kExitNoResult;
@@ -236,44 +285,54 @@ int Isosteric(const IsostericOptions& o, Streams& io) {
   return kExitOk;
 }
 
-int Dynamic(const DynamicOptions& o, Streams& io) {
-  if (o.file.empty()) throw UsageError{"no RUNS.csv given"};
-  const std::vector<RampRun> runs = ReadRampRunsCsv(o.file);
-  std::vector<CDynamicHeatCalc::STempRampRate> used;
-  std::vector<std::string> skipped;
-  for (const RampRun& run : runs) {
-    const std::string line = "line " + std::to_string(run.line) + ": ";
-    if (!(run.peakTemperatureK > 0.0))
-      skipped.push_back(line + "peak temperature " + Num(run.peakTemperatureK) +
-                        " K is not positive");
-    else if (!(run.rampRateKPerMin > 0.0))
-      skipped.push_back(line + "ramp rate " + Num(run.rampRateKPerMin) + " K/min is not positive");
-    else
-      used.push_back({run.peakTemperatureK, run.rampRateKPerMin});
-  }
-  const CDynamicHeatCalc calc(used);
-  Result r("Heat of desorption from " + o.file);
-  r.Add("file", "", o.file)
-      .Add("runs", "Runs used", static_cast<long long>(used.size()))
-      .Add("heat_of_desorption_kj_per_mol", "Heat of desorption", calc.GetHeatOfDesorption(),
-           "kJ/mol", Sig(6))
-      .Error("heat_error_kj_per_mol", calc.GetHeatError(), Sig(3))
-      .Add("slope_k", "Slope", calc.GetFitSlope(), "K")
-      .Error("slope_error_k", calc.GetFitSlopeError(), Sig(3))
-      .Add("intercept", "Intercept", calc.GetFitYIntercept())
-      .Error("intercept_error", calc.GetFitYInterceptError(), Sig(3))
-      .Add("correlation", "Correlation", calc.GetFitCorrCoef(), "", Sig(8));
-  r.Text("(line ln(Tp^2/rate) = slope/Tp + intercept, rate in K/min)");
-  r.List("skipped", skipped.empty() ? "" : "Skipped:", skipped);
-  r.Print(io.out, o.json);
-  if (!calc.IsValid()) {
-    io.err << "fiofla heat dynamic: " << o.file << ": fewer than two usable runs\n";
-    return kExitNoResult;
-  }
-  return kExitOk;
+void AddIsostericOptions(CLI::App* cmd, IsostericSettings& s) {
+  cmd->add_option_function<std::string>(
+         "--loadings",
+         [&s](const std::string& v) {
+           const auto colon = v.rfind(':');
+           if (colon == std::string::npos)
+             throw UsageError{"--loadings '" + v + "' is not LO:HI:N"};
+           const auto range = ParseRange("--loadings", v.substr(0, colon));
+           const auto n = ToDouble(v.substr(colon + 1));
+           if (!n || *n < 1 || *n != std::floor(*n) || *n > 10000)
+             throw UsageError{"--loadings '" + v + "': N is not a whole number from 1 to 10000"};
+           s.low = range.first;
+           s.high = range.second;
+           s.count = static_cast<int>(*n);
+           s.loadingsGiven = true;
+         },
+         "N loadings evenly spaced from LO to HI inclusive, in the files' loading unit\n"
+         "(default: 10 over the range all isotherms share)")
+      ->type_name("LO:HI:N");
+  cmd->add_option_function<std::string>(
+         "--method",
+         [&s](const std::string& v) {
+           if (v != "clausius-clapeyron" && v != "virial")
+             throw UsageError{"--method '" + v + "' is not clausius-clapeyron or virial"};
+           s.virial = v == "virial";
+         },
+         "clausius-clapeyron (default): a line through the isotherms interpolated at each\n"
+         "loading; virial: the thermal virial equation fitted to all points at once")
+      ->type_name("M");
+  cmd->add_option_function<std::string>(
+         "--orders",
+         [&s](const std::string& v) {
+           const auto comma = v.find(',');
+           const auto m = ToDouble(v.substr(0, comma));
+           const auto k = comma == std::string::npos ? std::nullopt : ToDouble(v.substr(comma + 1));
+           if (!m || !k || *m < 0 || *k < 0 || *m > 10 || *k > 10 || *m != std::floor(*m) ||
+               *k != std::floor(*k))
+             throw UsageError{"--orders '" + v + "' is not M,K with whole numbers 0 to 10"};
+           s.orderA = static_cast<int>(*m);
+           s.orderB = static_cast<int>(*k);
+         },
+         "orders of the virial sums (a_0..a_M, b_0..b_K); default: chosen by AICc up to 6,4")
+      ->type_name("M,K");
+  cmd->add_option("--report", s.report,
+                  "also write a report page (Qst with its error band, the isosteres); its\n"
+                  "format from the extension: .html, .json or .txt")
+      ->type_name("FILE");
 }
-
-}  // namespace
 
 void AddHeatCommand(CLI::App& app, Commands& commands) {
   CLI::App* heat = AddCommand(
@@ -300,57 +359,9 @@ void AddHeatCommand(CLI::App& app, Commands& commands) {
       "");
   cmd->add_option("FILE", iso->files, "the isotherms, one per temperature")->expected(-1);
   AddInputOptions(cmd, iso->input);
-  cmd->add_option_function<std::string>(
-         "--loadings",
-         [iso](const std::string& v) {
-           const auto colon = v.rfind(':');
-           if (colon == std::string::npos)
-             throw UsageError{"--loadings '" + v + "' is not LO:HI:N"};
-           const auto range = ParseRange("--loadings", v.substr(0, colon));
-           const auto n = ToDouble(v.substr(colon + 1));
-           if (!n || *n < 1 || *n != std::floor(*n) || *n > 10000)
-             throw UsageError{"--loadings '" + v + "': N is not a whole number from 1 to 10000"};
-           iso->low = range.first;
-           iso->high = range.second;
-           iso->count = static_cast<int>(*n);
-           iso->loadingsGiven = true;
-         },
-         "N loadings evenly spaced from LO to HI inclusive, in the files' loading unit\n"
-         "(default: 10 over the range all isotherms share)")
-      ->type_name("LO:HI:N");
-  cmd->add_option_function<std::string>(
-         "--method",
-         [iso](const std::string& v) {
-           if (v != "clausius-clapeyron" && v != "virial")
-             throw UsageError{"--method '" + v + "' is not clausius-clapeyron or virial"};
-           iso->virial = v == "virial";
-         },
-         "clausius-clapeyron (default): a line through the isotherms interpolated at each\n"
-         "loading; virial: the thermal virial equation fitted to all points at once")
-      ->type_name("M");
-  cmd->add_option_function<std::string>(
-         "--orders",
-         [iso](const std::string& v) {
-           const auto comma = v.find(',');
-           const auto m = ToDouble(v.substr(0, comma));
-           const auto k = comma == std::string::npos ? std::nullopt : ToDouble(v.substr(comma + 1));
-           if (!m || !k || *m < 0 || *k < 0 || *m > 10 || *k > 10 || *m != std::floor(*m) ||
-               *k != std::floor(*k))
-             throw UsageError{"--orders '" + v + "' is not M,K with whole numbers 0 to 10"};
-           iso->orderA = static_cast<int>(*m);
-           iso->orderB = static_cast<int>(*k);
-         },
-         "orders of the virial sums (a_0..a_M, b_0..b_K); default: chosen by AICc up to 6,4")
-      ->type_name("M,K");
-  cmd->add_option("--report", iso->report,
-                  "also write a report page (Qst with its error band, the isosteres); its\n"
-                  "format from the extension: .html, .json or .txt")
-      ->type_name("FILE");
+  AddIsostericOptions(cmd, iso->heat);
   cmd->add_flag("--json", iso->json, "print the result as JSON");
-  commands.Add(cmd, [iso](Streams& io) {
-    if (!iso->virial && iso->orderA >= 0) throw UsageError{"--orders goes with --method virial"};
-    return Isosteric(*iso, io);
-  });
+  commands.Add(cmd, [iso](Streams& io) { return Isosteric(*iso, io); });
 
   auto dyn = std::make_shared<DynamicOptions>();
   cmd = AddCommand(
