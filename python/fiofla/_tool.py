@@ -159,11 +159,8 @@ def chemisorption(combined, weak=None, *, range=None, metal=None, loading=None, 
 def reduce(run, output=None, *, gas_dir=None):
     """Reduces a measurement file (a raw run) to an isotherm, as ``fiofla reduce`` does, and
     returns it as an Isotherm; with ``output`` the reduced CSV is kept there too."""
-    with tempfile.TemporaryDirectory(prefix="fiofla-") as folder:
-        path = os.fspath(output) if output else os.path.join(folder, "reduced.csv")
-        args = ["reduce", os.fspath(run), "-o", path] + _options(gas_dir=gas_dir)
-        _fiofla._run_tool_text(args)
-        return _fiofla.read_isotherm(path)
+    return _fiofla._reduce(os.fspath(run), os.fspath(output) if output else "",
+                           os.fspath(gas_dir) if gas_dir else "")
 
 
 def _constants(value, what):

@@ -4,12 +4,16 @@
 // the body reads no file and uses no process-wide cache, so threads run side by side. The
 // options go through the tool's own declarations, so values are checked with its messages.
 #include <cmath>
+#include <sstream>
 
 #include "bindings.h"
 #include "chemi_options.h"
 #include "fiofla/compress.h"
+#include "fiofla/io/file_util.h"
+#include "fiofla/io/measurement_file.h"
 #include "heat_options.h"
 #include "hk_options.h"
+#include "reduce_out.h"
 
 namespace fiofla::py {
 namespace {
@@ -114,6 +118,35 @@ void BindFamilies(pyb::module_& m) {
             virial ? "virial" : "heat", {"loading_unit"}, "heats");
       },
       "isotherms"_a, "args"_a, "p0"_a, "virial"_a);
+  m.def(
+      "_reduce",
+      [](const std::string& run, const std::string& output, const std::string& gasDir) {
+        std::string stopped;
+        auto data = Unlocked([&] {
+          // A directory of its own gets a cache of its own; the thread's otherwise.
+          std::unique_ptr<CGasCompressibilityCache> own;
+          if (!gasDir.empty()) {
+            own = std::make_unique<CGasCompressibilityCache>();
+            own->SetDirectory(CStr(gasDir));
+          }
+          const ReducedIsotherm reduced = ReduceMeasurement(
+              ReadMeasurementFile(run), own ? *own : CGasCompressibilityCache::ForThisThread());
+          const std::string csv = cli::ReducedIsothermCsv(reduced);
+          std::string error;
+          if (!output.empty() && !WriteFileAtomically(output, csv, &error)) throw InputError(error);
+          if (reduced.poStoppedAt)
+            stopped = "Po is not positive at point " + std::to_string(*reduced.poStoppedAt + 1) +
+                      ": conversion stops there; " + std::to_string(reduced.convertedPoints) +
+                      " of " + std::to_string(reduced.timeS.size()) + " points were converted";
+          // Read back as the written file reads, so the numbers are the file's.
+          std::istringstream in(csv);
+          return std::make_shared<const IsothermData>(
+              ParseIsothermCsv(in, output.empty() ? run : output, ThreadReadOptions()));
+        });
+        if (!stopped.empty()) ThrowInput(stopped);
+        return PyIsotherm{std::move(data)};
+      },
+      "run"_a, "output"_a, "gas_dir"_a);
 }
 
 }  // namespace fiofla::py

@@ -118,6 +118,8 @@ def test_reduce_gives_the_tools_isotherm(tmp_path):
     kept = tmp_path / "kept.csv"
     iso = fiofla.reduce(example("n2_77k_run.json"), kept)
     assert kept.read_text() == out.read_text()
+    # Without a file to keep, the isotherm is the one the file holds.
+    assert np.array_equal(fiofla.reduce(example("n2_77k_run.json")).loading, iso.loading)
     tool = fiofla.read_isotherm(str(out))
     assert np.array_equal(iso.loading, tool.loading)
     assert np.array_equal(iso.relative_pressure, tool.relative_pressure)
@@ -172,8 +174,8 @@ def test_threads_mixing_locked_and_free_analyses_finish_and_agree():
     assert {k: repr(v) for k, v in out.items()} == {k: repr(v) for k, v in serial.items()}
 
 
-def test_hk_chemisorption_and_heats_in_threads_agree_with_a_serial_run(tmp_path):
-    """hk, chemisorption and the heats run without the shared lock: threads running them
+def test_direct_analyses_in_threads_agree_with_a_serial_run(tmp_path):
+    """hk, chemisorption, the heats and reduce run without the shared lock: threads running them
     side by side, on files and on isotherms held in Python, give what one thread gives."""
     import threading
 
@@ -190,6 +192,7 @@ def test_hk_chemisorption_and_heats_in_threads_agree_with_a_serial_run(tmp_path)
         "chemi_held": lambda: fiofla.chemisorption(held, range=(50, 300)).to_dict(plain=True),
         "heat": lambda: fiofla.isosteric_heat(family, loadings=(0.5, 3, 6)).to_dict(plain=True),
         "virial": lambda: fiofla.virial(family, orders=(2, 1)).to_dict(plain=True),
+        "reduce": lambda: fiofla.reduce(example("n2_77k_run.json")).loading.tolist(),
     }
     serial = {name: job() for name, job in jobs.items()}
     out, errors = {}, []

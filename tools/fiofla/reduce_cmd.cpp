@@ -8,6 +8,7 @@
 #include "cli_common.h"
 #include "fiofla/io/file_util.h"
 #include "fiofla/measurement.h"
+#include "reduce_out.h"
 
 namespace fiofla::cli {
 namespace {
@@ -16,22 +17,6 @@ std::string Format(double value) {
   char text[40];
   std::snprintf(text, sizeof text, "%.12g", value);
   return text;
-}
-
-std::string IsothermCsv(const ReducedIsotherm& r) {
-  std::ostringstream csv;
-  csv << "# fiofla reduce: " << r.source << "\n"
-      << "# adsorptive: " << r.adsorptive
-      << "; analysis temperature: " << Format(r.analysisTemperatureK)
-      << " K; ambient temperature: " << Format(r.ambientTemperatureK)
-      << " K; sample mass: " << Format(r.sampleMassG) << " g\n"
-      << "relative_pressure,quantity_adsorbed [cm3/g STP],branch,pressure [mmHg],p0 [mmHg],"
-         "manifold_pressure [mmHg],time [s]\n";
-  for (std::size_t i = 0; i < r.convertedPoints; ++i)
-    csv << Format(r.relativePressure[i]) << "," << Format(r.quantityAdsorbedCm3PerGStp[i]) << ","
-        << BranchName(r.branch[i]) << "," << Format(r.pressureMmHg[i]) << "," << Format(r.poMmHg[i])
-        << "," << Format(r.manifoldPressureMmHg[i]) << "," << Format(r.timeS[i]) << "\n";
-  return csv.str();
 }
 
 // "a,b" or "a,b,c" as positive numbers.
@@ -102,7 +87,7 @@ int Reduce(const ReduceOptions& o, Streams& io) {
   if (o.file.empty()) throw UsageError{"no measurement file given"};
   CGasCompressibilityCache::ms_cCache.SetDirectory(CStr(o.gasDir));
   const ReducedIsotherm reduced = ReduceMeasurement(ReadMeasurementFile(o.file));
-  const std::string csv = IsothermCsv(reduced);
+  const std::string csv = ReducedIsothermCsv(reduced);
   if (o.output.empty()) {
     io.out << csv;
   } else {
@@ -175,6 +160,22 @@ void Opt(CLI::App* cmd, const char* name, const char* type, const char* help, F 
 }
 
 }  // namespace
+
+std::string ReducedIsothermCsv(const ReducedIsotherm& r) {
+  std::ostringstream csv;
+  csv << "# fiofla reduce: " << r.source << "\n"
+      << "# adsorptive: " << r.adsorptive
+      << "; analysis temperature: " << Format(r.analysisTemperatureK)
+      << " K; ambient temperature: " << Format(r.ambientTemperatureK)
+      << " K; sample mass: " << Format(r.sampleMassG) << " g\n"
+      << "relative_pressure,quantity_adsorbed [cm3/g STP],branch,pressure [mmHg],p0 [mmHg],"
+         "manifold_pressure [mmHg],time [s]\n";
+  for (std::size_t i = 0; i < r.convertedPoints; ++i)
+    csv << Format(r.relativePressure[i]) << "," << Format(r.quantityAdsorbedCm3PerGStp[i]) << ","
+        << BranchName(r.branch[i]) << "," << Format(r.pressureMmHg[i]) << "," << Format(r.poMmHg[i])
+        << "," << Format(r.manifoldPressureMmHg[i]) << "," << Format(r.timeS[i]) << "\n";
+  return csv.str();
+}
 
 void AddReduceCommands(CLI::App& app, Commands& commands) {
   auto r = std::make_shared<ReduceOptions>();
