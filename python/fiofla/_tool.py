@@ -96,17 +96,12 @@ def iast(components, fractions, *, models=None, pressure=None, pressures=None,
     if len(models) != len(components):
         raise _fiofla.InputError(
             f"models names {len(models)} models for {len(components)} components")
-    with _paths(components) as files:
-        args = ["iast"]
-        for path, model in zip(files, models):
-            args += ["--iso", f"{path}:{model}" if model else path]
-        args += _options(
-            fractions=_list(fractions), pressure=_pressure(pressure, "pressure"),
-            pressures=_range(pressures, "pressures", count=True),
-            compositions=compositions, reverse=bool(reverse), pressure_unit=pressure_unit,
-            loading_unit=loading_unit, p0=_pressure(p0, "p0"),
-            report=os.fspath(report) if report else None)
-        return _run(args, "iast", ["pressure_unit", "loading_unit"], "points")
+    args = _options(
+        fractions=_list(fractions), pressure=_pressure(pressure, "pressure"),
+        pressures=_range(pressures, "pressures", count=True),
+        compositions=compositions, reverse=bool(reverse), pressure_unit=pressure_unit,
+        loading_unit=loading_unit, report=os.fspath(report) if report else None)
+    return _fiofla._iast(list(components), models, args, p0)
 
 
 def _heat(isotherms, method, loadings, orders, p0, report, virial):

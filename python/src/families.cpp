@@ -1,4 +1,4 @@
-// hk, chemisorption and the isosteric heats (the analyses that take the tool's option
+// hk, chemisorption, the isosteric heats and IAST (the analyses that take the tool's option
 // spellings) run the body of the
 // tool's command in-process on an isotherm already read, with the GIL released and no lock:
 // the body reads no file and uses no process-wide cache, so threads run side by side. The
@@ -13,6 +13,7 @@
 #include "fiofla/io/measurement_file.h"
 #include "heat_options.h"
 #include "hk_options.h"
+#include "iast_run.h"
 #include "reduce_out.h"
 
 namespace fiofla::py {
@@ -147,6 +148,42 @@ void BindFamilies(pyb::module_& m) {
         return PyIsotherm{std::move(data)};
       },
       "run"_a, "output"_a, "gas_dir"_a);
+  m.def(
+      "_iast",
+      [](const std::vector<pyb::handle>& values, const std::vector<pyb::object>& models,
+         const std::vector<std::string>& args, const pyb::handle& p0) {
+        const auto settings = SettingsOf<cli::IastSettings>(args, cli::AddIastOptions);
+        IsothermReadOptions input = ThreadReadOptions();
+        if (!p0.is_none()) input.poMmHg = ToPressureMmHg(p0, "p0");
+        std::vector<std::shared_ptr<const IsothermData>> held;
+        std::vector<cli::IastSource> sources;
+        for (std::size_t i = 0; i < values.size(); ++i) {
+          const std::string model = models[i].is_none() ? "" : pyb::str(models[i]);
+          if (!pyb::isinstance<PyIsotherm>(values[i])) {
+            if (!pyb::isinstance<pyb::str>(values[i]) && !pyb::hasattr(values[i], "__fspath__"))
+              IsothermArg(values[i]);  // raises the usual message
+            // Files are read as the tool reads its FILE[:MODEL] operands.
+            const std::string path = pyb::str(pyb::module_::import("os").attr("fspath")(values[i]));
+            std::string message;
+            try {
+              sources.push_back(cli::SplitIastOperand(model.empty() ? path : path + ":" + model));
+            } catch (const cli::UsageError& e) {
+              message = e.message;
+            }
+            if (!message.empty()) ThrowInput(message);
+            continue;
+          }
+          held.push_back(AbsoluteIsothermArg(values[i], input.poMmHg));
+          sources.push_back({held.back()->source, model, held.back().get()});
+        }
+        return RunCommandBody(
+            [&](cli::Streams& io) {
+              return cli::PrintIast(sources, input, settings, true, io,
+                                    &CGasCompressibilityCache::ForThisThread());
+            },
+            "iast", {"pressure_unit", "loading_unit"}, "points");
+      },
+      "components"_a, "models"_a, "args"_a, "p0"_a);
 }
 
 }  // namespace fiofla::py

@@ -142,7 +142,7 @@ def test_hk_matches_the_tool():
 
 
 def test_threads_mixing_locked_and_free_analyses_finish_and_agree():
-    """fit, iast and report take the library's shared gas-table lock; bet runs free of it.
+    """fit and report take the library's shared gas-table lock; bet and iast run free of it.
     Threads mixing them must neither deadlock on the GIL nor disagree with a serial run."""
     import threading
 

@@ -19,13 +19,7 @@ namespace {
 struct IastOptions {
   std::vector<std::string> isotherms;  // FILE[:MODEL]
   IsothermReadOptions input;
-  std::vector<double> fractions;
-  std::string pressure;   // one total pressure, with or without a unit
-  std::string pressures;  // LO:HI:N
-  int compositions = 0;   // binary composition sweep
-  bool reverse = false;
-  std::string pressureUnit, loadingUnit;
-  std::string report;
+  IastSettings iast;
   bool json = false;
 };
 
@@ -40,7 +34,7 @@ double PressureIn(const std::string& text, const std::string& unit, const std::s
   return mmHg / *ParsePressureUnit(unit);
 }
 
-std::vector<double> Pressures(const IastOptions& o, const std::string& unit) {
+std::vector<double> Pressures(const IastSettings& o, const std::string& unit) {
   if (!o.pressure.empty()) return {PressureIn(o.pressure, unit, "--pressure")};
   const auto last = o.pressures.rfind(':');
   const auto first = o.pressures.find(':');
@@ -65,19 +59,43 @@ std::string Describe(const IastComponentRun& c) {
   return c.fit->name + " fit, RMS error " + Num(c.fit->rmsError, 3) + " " + c.points.loadingUnit;
 }
 
+std::vector<double> ParseFractions(const std::string& text) {
+  std::vector<double> values;
+  std::size_t start = 0;
+  while (true) {
+    const std::size_t comma = text.find(',', start);
+    const std::string part = text.substr(start, comma == std::string::npos ? comma : comma - start);
+    const auto v = ToDouble(part);
+    if (!v || !(*v >= 0.0) || *v > 1.0)
+      throw UsageError{"--fractions '" + text + "': '" + part + "' is not a fraction from 0 to 1"};
+    values.push_back(*v);
+    if (comma == std::string::npos) return values;
+    start = comma + 1;
+  }
+}
+
 int Iast(const IastOptions& o, Streams& io) {
-  if (o.isotherms.empty()) throw UsageError{"no --iso FILE[:MODEL] given"};
+  std::vector<IastSource> sources;
+  for (const std::string& spec : o.isotherms) sources.push_back(SplitIastOperand(spec));
+  return PrintIast(sources, o.input, o.iast, o.json, io);
+}
+
+}  // namespace
+
+int PrintIast(const std::vector<IastSource>& sources, const IsothermReadOptions& input,
+              const IastSettings& o, bool json, Streams& io, CGasCompressibilityCache* gasCache) {
+  if (sources.empty()) throw UsageError{"no --iso FILE[:MODEL] given"};
   if (o.pressure.empty() == o.pressures.empty())
     throw UsageError{"give one of --pressure P and --pressures LO:HI:N"};
-  if (o.compositions > 0 && o.isotherms.size() != 2)
+  if (o.compositions > 0 && sources.size() != 2)
     throw UsageError{"--compositions sweeps a binary mixture; give two --iso"};
   if (o.compositions > 0 && !o.pressures.empty())
     throw UsageError{"--compositions sweeps at one --pressure, not over --pressures"};
   if (o.compositions > 0 && o.reverse)
     throw UsageError{"--compositions sweeps gas compositions; it does not go with --reverse"};
-  if (o.compositions == 0 && o.fractions.size() != o.isotherms.size())
+  if (o.compositions == 0 && o.fractions.size() != sources.size())
     throw UsageError{"--fractions gives " + std::to_string(o.fractions.size()) + " fractions for " +
-                     std::to_string(o.isotherms.size()) + " isotherms"};
+                     std::to_string(sources.size()) + " isotherms"};
   if (o.compositions == 0) {
     double sum = 0.0;
     for (double f : o.fractions) sum += f;
@@ -88,7 +106,8 @@ int Iast(const IastOptions& o, Streams& io) {
   IastRunSettings settings;
   settings.pressureUnit = o.pressureUnit;
   settings.loadingUnit = o.loadingUnit;
-  const IastRun run = PrepareIast(o.isotherms, o.input, settings, io.err);
+  settings.gasCache = gasCache;
+  const IastRun run = PrepareIast(sources, input, settings, io.err);
   const std::string p = run.pressureUnit, q = run.loadingUnit;
   const std::vector<double> pressures = Pressures(o, p);
 
@@ -189,8 +208,8 @@ int Iast(const IastOptions& o, Streams& io) {
   r.Text(
       "y gas and x adsorbed mole fractions; n adsorbed amounts; S selectivity (x_i/y_i)/(x_j/y_j); "
       "P0 the pure-component pressure at the mixture's spreading pressure pi");
-  r.Print(io.out, o.json);
-  if (!o.report.empty()) WriteIastReport(run, points, o.compositions > 0, o.report, o.json, io);
+  r.Print(io.out, json);
+  if (!o.report.empty()) WriteIastReport(run, points, o.compositions > 0, o.report, json, io);
   if (ok == 0) {
     io.err << "fiofla iast: no mixture point was solved"
            << (points.empty() ? std::string() : ": " + points.front().message) << "\n";
@@ -199,22 +218,39 @@ int Iast(const IastOptions& o, Streams& io) {
   return kExitOk;
 }
 
-std::vector<double> ParseFractions(const std::string& text) {
-  std::vector<double> values;
-  std::size_t start = 0;
-  while (true) {
-    const std::size_t comma = text.find(',', start);
-    const std::string part = text.substr(start, comma == std::string::npos ? comma : comma - start);
-    const auto v = ToDouble(part);
-    if (!v || !(*v >= 0.0) || *v > 1.0)
-      throw UsageError{"--fractions '" + text + "': '" + part + "' is not a fraction from 0 to 1"};
-    values.push_back(*v);
-    if (comma == std::string::npos) return values;
-    start = comma + 1;
-  }
+void AddIastOptions(CLI::App* cmd, IastSettings& s) {
+  cmd->add_option_function<std::string>(
+         "--fractions", [&s](const std::string& v) { s.fractions = ParseFractions(v); },
+         "the gas mole fractions (adsorbed ones with --reverse), one per --iso in their\n"
+         "order, separated by commas and adding up to 1")
+      ->type_name("Y1,Y2,...");
+  cmd->add_option("--pressure", s.pressure,
+                  "total pressure, with a unit (65bar, '500 kPa') or in the pressure unit")
+      ->type_name("P");
+  cmd->add_option("--pressures", s.pressures,
+                  "N total pressures spaced evenly in log P from LO to HI inclusive")
+      ->type_name("LO:HI:N");
+  cmd->add_option_function<int>(
+         "--compositions",
+         [&s](int v) {
+           if (v < 1 || v > 100000)
+             throw UsageError{"--compositions " + std::to_string(v) + " is not from 1 to 100000"};
+           s.compositions = v;
+         },
+         "a binary mixture at N gas compositions, the first component's fraction evenly\n"
+         "from 0 to 1, at --pressure (instead of --fractions)")
+      ->type_name("N");
+  cmd->add_flag("--reverse", s.reverse, "reverse IAST: the gas in equilibrium with --fractions");
+  AddUnitOptions(cmd, s.pressureUnit, s.loadingUnit,
+                 "work in Pa, kPa, MPa, bar, mbar, atm, torr, mmHg or psi (default: the first "
+                 "file's)",
+                 "work in mmol/g, mol/kg, cm3/g STP or another amount of substance per mass "
+                 "(default mmol/g)");
+  cmd->add_option("--report", s.report,
+                  "also write a report page (adsorbed amounts and selectivity); its format\n"
+                  "from the extension: .html, .json or .txt")
+      ->type_name("FILE");
 }
-
-}  // namespace
 
 void AddIastCommand(CLI::App& app, Commands& commands) {
   auto o = std::make_shared<IastOptions>();
@@ -236,37 +272,7 @@ void AddIastCommand(CLI::App& app, Commands& commands) {
       ->type_name("FILE[:MODEL]")
       ->take_all();
   AddInputOptions(cmd, o->input);
-  cmd->add_option_function<std::string>(
-         "--fractions", [o](const std::string& v) { o->fractions = ParseFractions(v); },
-         "the gas mole fractions (adsorbed ones with --reverse), one per --iso in their\n"
-         "order, separated by commas and adding up to 1")
-      ->type_name("Y1,Y2,...");
-  cmd->add_option("--pressure", o->pressure,
-                  "total pressure, with a unit (65bar, '500 kPa') or in the pressure unit")
-      ->type_name("P");
-  cmd->add_option("--pressures", o->pressures,
-                  "N total pressures spaced evenly in log P from LO to HI inclusive")
-      ->type_name("LO:HI:N");
-  cmd->add_option_function<int>(
-         "--compositions",
-         [o](int v) {
-           if (v < 1 || v > 100000)
-             throw UsageError{"--compositions " + std::to_string(v) + " is not from 1 to 100000"};
-           o->compositions = v;
-         },
-         "a binary mixture at N gas compositions, the first component's fraction evenly\n"
-         "from 0 to 1, at --pressure (instead of --fractions)")
-      ->type_name("N");
-  cmd->add_flag("--reverse", o->reverse, "reverse IAST: the gas in equilibrium with --fractions");
-  AddUnitOptions(cmd, o->pressureUnit, o->loadingUnit,
-                 "work in Pa, kPa, MPa, bar, mbar, atm, torr, mmHg or psi (default: the first "
-                 "file's)",
-                 "work in mmol/g, mol/kg, cm3/g STP or another amount of substance per mass "
-                 "(default mmol/g)");
-  cmd->add_option("--report", o->report,
-                  "also write a report page (adsorbed amounts and selectivity); its format\n"
-                  "from the extension: .html, .json or .txt")
-      ->type_name("FILE");
+  AddIastOptions(cmd, o->iast);
   cmd->add_flag("--json", o->json, "print the result as one JSON object");
   commands.Add(cmd, [o](Streams& io) { return Iast(*o, io); });
 }

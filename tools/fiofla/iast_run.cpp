@@ -14,22 +14,7 @@
 namespace fiofla::cli {
 namespace {
 
-struct Operand {
-  std::string file;
-  std::string model;  // empty or "points": the measured points
-};
-
-// FILE[:MODEL]; a file whose own name holds a colon is taken whole when it exists.
-Operand Split(const std::string& text) {
-  std::error_code ec;
-  const auto colon = text.rfind(':');
-  if (colon == std::string::npos || std::filesystem::exists(text, ec)) return {text, ""};
-  Operand o{text.substr(0, colon), text.substr(colon + 1)};
-  if (o.file.empty()) throw UsageError{"--iso '" + text + "' names no file"};
-  if (o.model.empty() || o.model == "points" || o.model == "best") return o;
-  SplitModelNames("--iso", o.model);  // refuses an unknown name before any file is read
-  return o;
-}
+using Operand = IastSource;
 
 std::string Stem(const std::string& path) {
   return std::filesystem::path(path).stem().string();
@@ -53,10 +38,26 @@ SIsothermFit FitComponent(const Operand& o, const FitInput& in) {
 
 }  // namespace
 
+IastSource SplitIastOperand(const std::string& text) {
+  std::error_code ec;
+  const auto colon = text.rfind(':');
+  if (colon == std::string::npos || std::filesystem::exists(text, ec)) return {text, "", nullptr};
+  IastSource o{text.substr(0, colon), text.substr(colon + 1), nullptr};
+  if (o.file.empty()) throw UsageError{"--iso '" + text + "' names no file"};
+  if (o.model.empty() || o.model == "points" || o.model == "best") return o;
+  SplitModelNames("--iso", o.model);  // refuses an unknown name before any file is read
+  return o;
+}
+
 IastRun PrepareIast(const std::vector<std::string>& specs, const IsothermReadOptions& input,
                     const IastRunSettings& settings, std::ostream& err) {
-  std::vector<Operand> operands;
-  for (const std::string& s : specs) operands.push_back(Split(s));
+  std::vector<IastSource> sources;
+  for (const std::string& s : specs) sources.push_back(SplitIastOperand(s));
+  return PrepareIast(sources, input, settings, err);
+}
+
+IastRun PrepareIast(const std::vector<IastSource>& operands, const IsothermReadOptions& input,
+                    const IastRunSettings& settings, std::ostream& err) {
   const std::string loading = settings.loadingUnit.empty() ? "mmol/g" : settings.loadingUnit;
   if (const auto parts = ParseLoadingUnit(loading))
     if (parts->amount == AmountKind::kMass || parts->amount == AmountKind::kLiquidVolume)
@@ -72,7 +73,9 @@ IastRun PrepareIast(const std::vector<std::string>& specs, const IsothermReadOpt
   std::vector<fiofla::SIastComponent> components;
   std::vector<double> temperatures;
   for (const Operand& o : operands) {
-    const IsothermData iso = LoadIsotherm(o.file, read, err);
+    IsothermData loaded;
+    if (o.iso == nullptr) loaded = LoadIsotherm(o.file, read, err);
+    const IsothermData& iso = o.iso != nullptr ? *o.iso : loaded;
     if (iso.pressureMmHg.size() != iso.size())
       throw InputError(o.file +
                        ": gives relative pressures only and no Po; IAST needs absolute "
@@ -80,6 +83,7 @@ IastRun PrepareIast(const std::vector<std::string>& specs, const IsothermReadOpt
     FitSettings s;
     s.pressureUnit = run.pressureUnit.empty() ? settings.pressureUnit : run.pressureUnit;
     s.loadingUnit = loading;
+    s.gasCache = settings.gasCache;
     IastComponentRun c;
     c.file = o.file;
     c.points = PrepareFitInput(iso, o.file, s);

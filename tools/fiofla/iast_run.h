@@ -22,7 +22,20 @@ namespace fiofla::cli {
 struct IastRunSettings {
   std::string pressureUnit;  ///< empty: the first file's
   std::string loadingUnit;   ///< empty: mmol/g
+  /// Gas tables for unit conversions; null for the process-wide cache (the tool's thread).
+  CGasCompressibilityCache* gasCache = nullptr;
 };
+
+/// One component as given: a file, or an isotherm already read, and what describes it.
+struct IastSource {
+  std::string file;                   ///< the file, or the name the isotherm goes by
+  std::string model;                  ///< empty or "points": its points; "best"; a model name
+  const IsothermData* iso = nullptr;  ///< null: read `file`
+};
+
+/// A FILE[:MODEL] operand; a file whose own name holds a colon is taken whole when it
+/// exists. Throws UsageError for an unknown model.
+IastSource SplitIastOperand(const std::string& text);
 
 /// One component as it was read and described.
 struct IastComponentRun {
@@ -46,6 +59,31 @@ struct IastRun {
 /// cannot be read, has relative pressures only or no usable fit of its model.
 IastRun PrepareIast(const std::vector<std::string>& specs, const IsothermReadOptions& input,
                     const IastRunSettings& settings, std::ostream& err);
+/// The same for components given as sources; those without an isotherm are read.
+IastRun PrepareIast(const std::vector<IastSource>& sources, const IsothermReadOptions& input,
+                    const IastRunSettings& settings, std::ostream& err);
+
+/// What `fiofla iast` solves for, besides its components.
+struct IastSettings {
+  std::vector<double> fractions;
+  std::string pressure;   ///< one total pressure, with or without a unit
+  std::string pressures;  ///< LO:HI:N
+  int compositions = 0;   ///< binary composition sweep
+  bool reverse = false;
+  std::string pressureUnit, loadingUnit;
+  std::string report;
+};
+
+/// Declares --fractions, --pressure, --pressures, --compositions, --reverse,
+/// --pressure-unit, --loading-unit and --report.
+void AddIastOptions(CLI::App* cmd, IastSettings& s);
+
+/// Prepares the mixture of `sources`, solves it and prints what `fiofla iast` prints, as
+/// text or JSON; returns the exit code. Throws UsageError and InputError as the command does.
+/// Units take their gas tables from `gasCache` (null: the process-wide one).
+int PrintIast(const std::vector<IastSource>& sources, const IsothermReadOptions& input,
+              const IastSettings& s, bool json, Streams& io,
+              CGasCompressibilityCache* gasCache = nullptr);
 
 /// Writes the report page of `points` to `path` (HTML, JSON or text by its extension),
 /// atomically; says so on `io.out` (on `io.err` when the result is printed as JSON). Throws
