@@ -1,38 +1,15 @@
 """Analyses of families of isotherms: IAST, isosteric heats and the virial equation,
 chemisorption, and the reduction of measurement files.
 
-They run the tool's own commands in-process (the GIL released) and read back their JSON, so
-the values and keys are those of ``fiofla iast|heat|chemi --json``. Isotherms held in Python
-are handed over as CSV files in a temporary folder; paths are used as they are.
+Keyword arguments become the tool's option spellings and go through its own option
+declarations; the analyses then run in-process with the GIL released on the isotherms as
+held (paths are read as the tool reads them), so the values and keys are those of
+``fiofla iast|heat|chemi|hk --json``.
 """
 
-import contextlib
 import os
-import tempfile
 
 from . import _fiofla
-
-
-def _is_path(value):
-    return isinstance(value, (str, os.PathLike))
-
-
-@contextlib.contextmanager
-def _paths(isotherms):
-    """Paths of the isotherms: paths as given, Isotherms written to a temporary folder."""
-    with tempfile.TemporaryDirectory(prefix="fiofla-") as folder:
-        out = []
-        for i, iso in enumerate(isotherms):
-            if _is_path(iso):
-                out.append(os.fspath(iso))
-            elif isinstance(iso, _fiofla.Isotherm):
-                name = os.path.splitext(os.path.basename(iso.source))[0] or "isotherm"
-                path = os.path.join(folder, f"{i + 1}-{name}.csv")
-                iso.write(path, "csv")
-                out.append(path)
-            else:
-                raise _fiofla.InputError(f"isotherm {iso!r} is not an Isotherm or a file path")
-        yield out
 
 
 def _pressure(value, what):
@@ -74,10 +51,6 @@ def _options(**options):
         flag = "--" + name.replace("_", "-")
         args += [flag] if value is True else [flag, str(value)]
     return args
-
-
-def _run(args, kind, headline, main_table):
-    return _fiofla._run_tool([*args, "--json"], kind, headline, main_table)
 
 
 def iast(components, fractions, *, models=None, pressure=None, pressures=None,

@@ -44,8 +44,8 @@ auto Unlocked(F&& f) {
 }
 
 /// Serialises the calls that use the library's process-wide gas-table cache
-/// (CGasCompressibilityCache::ms_cCache): unit conversions of fits and IAST, measurement
-/// reduction with the default directory. Readers take a cache of their own thread instead.
+/// (CGasCompressibilityCache::ms_cCache): the unit conversions of fits and of the report.
+/// Readers and the family analyses take a cache of their own thread instead.
 std::mutex& GasCacheLock();
 
 /// Read options with the calling thread's own gas-table cache.
@@ -91,7 +91,6 @@ void BindPores(pyb::module_& m);
 void BindAnalyses(pyb::module_& m);
 void BindReport(pyb::module_& m);
 void BindBatch(pyb::module_& m);
-void BindTool(pyb::module_& m);
 void BindIast(pyb::module_& m);
 void BindFamilies(pyb::module_& m);
 

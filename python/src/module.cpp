@@ -53,7 +53,6 @@ PYBIND11_MODULE(_fiofla, m) {
   py::BindAnalyses(m);
   py::BindReport(m);
   py::BindBatch(m);
-  py::BindTool(m);
   py::BindIast(m);
   py::BindFamilies(m);
 }

@@ -1,7 +1,7 @@
-// The analyses whose inputs are families of files (IAST, heats, chemisorption, reduction) run
-// the tool's own command in-process, and their results are its --json read back. Those
-// commands put files, models and units together in ways a second copy would only drift
-// from; their cost is milliseconds, so the JSON costs nothing that matters.
+// The analyses whose inputs are families of isotherms (IAST, heats, chemisorption, HK) run
+// the body of the tool's command on the isotherms given, and their results are its --json
+// read back. Those commands put files, models and units together in ways a second copy
+// would only drift from; the JSON costs microseconds.
 #include <rapidjson/document.h>
 
 #include <sstream>
@@ -154,38 +154,6 @@ std::shared_ptr<Result> RunCommandBody(const std::function<int(cli::Streams&)>& 
   if (!usage.empty()) ThrowInput(usage);
   if (!input.empty()) ThrowInput(input);
   return ResultOfRun(code, out.str(), err.str(), kind, headline, mainTable);
-}
-
-void BindTool(pyb::module_& m) {
-  m.def(
-      "_run_tool",
-      [](const std::vector<std::string>& args, const std::string& kind,
-         const std::vector<std::string>& headline, const std::string& mainTable) {
-        std::ostringstream out, err;
-        int code = 0;
-        {
-          pyb::gil_scoped_release release;
-          // The commands use the library's gas-table cache: one at a time.
-          std::lock_guard<std::mutex> lock(GasCacheLock());
-          code = cli::Run(args, out, err);
-        }
-        return ResultOfRun(code, out.str(), err.str(), kind, headline, mainTable);
-      },
-      "args"_a, "kind"_a, "headline"_a, "main_table"_a);
-  m.def(
-      "_run_tool_text",
-      [](const std::vector<std::string>& args) {
-        std::ostringstream out, err;
-        int code = 0;
-        {
-          pyb::gil_scoped_release release;
-          std::lock_guard<std::mutex> lock(GasCacheLock());
-          code = cli::Run(args, out, err);
-        }
-        if (code != cli::kExitOk) ThrowInput(Message(err.str()));
-        return pyb::make_tuple(out.str(), err.str());
-      },
-      "args"_a);
 }
 
 }  // namespace fiofla::py
