@@ -1,8 +1,8 @@
-// hk, chemisorption, the isosteric heats and IAST (the analyses that take the tool's option
-// spellings) run the body of the
-// tool's command in-process on an isotherm already read, with the GIL released and no lock:
-// the body reads no file and uses no process-wide cache, so threads run side by side. The
-// options go through the tool's own declarations, so values are checked with its messages.
+// hk, chemisorption, the isosteric heats and IAST run the body of the tool's command
+// in-process on the isotherms as held, with the GIL released and no lock: the bodies take
+// the thread's gas-table cache, so threads run side by side. Keyword arguments go through
+// the command's own option declarations, so values are checked with its messages. reduce
+// writes and reads back the text of `fiofla reduce`.
 #include <cmath>
 #include <sstream>
 

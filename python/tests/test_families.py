@@ -101,6 +101,28 @@ def test_isosteric_heat_and_virial_match_the_tool(tmp_path):
         fiofla.isosteric_heat(held[:1])
 
 
+def test_p0_gives_pressures_to_isotherms_of_relative_pressures_only():
+    """A family held as P/Po only takes its pressures from p0: the heats are those of the
+    same family held with the pressures that p0 gives."""
+    absolute, relative = [], []
+    for t in (273.0, 298.0, 323.0):
+        k = 1e-4 * math.exp(20e3 / (R * t))
+        p = np.geomspace(4.0, 750.0, 15)  # mmHg
+        q = 5.0 * k * p / (1.0 + k * p)
+        common = dict(loading=q, adsorptive="CO2", temperature=t)
+        absolute.append(fiofla.Isotherm(pressure=p, p0=750.0, **common))
+        relative.append(fiofla.Isotherm(relative_pressure=p / 750.0, **common))
+    with pytest.raises(fiofla.InputError, match="relative pressures only"):
+        fiofla.isosteric_heat(relative)
+    expected = fiofla.isosteric_heat(absolute)
+    assert np.isfinite(expected.heats["qst_kj_per_mol"]).sum() >= 5
+    for p0 in ("750mmHg", 750.0):
+        result = fiofla.isosteric_heat(relative, p0=p0)
+        assert result.ok
+        assert np.allclose(result.heats["qst_kj_per_mol"], expected.heats["qst_kj_per_mol"],
+                           rtol=1e-12, equal_nan=True)
+
+
 def test_chemisorption_matches_the_tool():
     combined, weak = example("h2_308k_pt_combined.csv"), example("h2_308k_pt_weak.csv")
     expected = run_tool("chemi", combined, weak, "--metal", "Pt", "--loading", "1wt%")
