@@ -1,8 +1,6 @@
 // dft and fit: the DFT pore-size distribution and the isotherm-model fits, run as the tool's
 // `dft` and `fit` run them, with the values of their --json.
-#include <algorithm>
 #include <cmath>
-#include <numeric>
 
 #include "bindings.h"
 #include "dft_options.h"
@@ -60,16 +58,8 @@ std::shared_ptr<DftResult> MakeDft(std::shared_ptr<const IsothermData> data,
       .Add("roughness", calc.GetRoughness())
       .Add("points", static_cast<long long>(calc.GetFitPressures().size()));
 
-  // The points the kernel fits worst, largest relative error first.
   const std::size_t n = calc.GetFitPressures().size();
-  std::vector<std::size_t> order(n);
-  std::iota(order.begin(), order.end(), std::size_t(0));
-  auto rel = [&](std::size_t k) {
-    return std::fabs(calc.RelError(static_cast<unsigned short>(k)));
-  };
-  std::stable_sort(order.begin(), order.end(),
-                   [&](std::size_t a, std::size_t b) { return rel(a) > rel(b); });
-  order.resize(std::min<std::size_t>(n, 3));
+  const std::vector<std::size_t> order = cli::WorstFitPoints(calc);
   Table& worst = f.AddTable("worst_points");
   Column* wc[] = {&worst.Col("relative_pressure"), &worst.Col("measured_cm3_per_g_stp"),
                   &worst.Col("fitted_cm3_per_g_stp"), &worst.Col("relative_error")};

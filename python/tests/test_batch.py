@@ -16,9 +16,9 @@ EXAMPLE = SOURCE_DIR / "examples" / "python" / "dask_batch.py"
 
 
 def _load_example():
-    spec = importlib.util.spec_from_file_location("dask_batch", EXAMPLE)
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    found = importlib.util.spec_from_file_location("dask_batch", EXAMPLE)
+    module = importlib.util.module_from_spec(found)
+    found.loader.exec_module(module)
     return module
 
 

@@ -130,6 +130,14 @@ double ParsePressure(const std::string& text, const std::string& option) {
   return mmHg;
 }
 
+std::string Stem(const std::string& path) {
+  std::string name =
+      path.substr(path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/') + 1);
+  const auto dot = name.rfind('.');
+  if (dot != std::string::npos && dot > 0) name.resize(dot);
+  return name;
+}
+
 std::optional<double> ToDouble(const std::string& text) {
   double value = 0.0;
   if (!StringToDouble(text, &value)) return std::nullopt;

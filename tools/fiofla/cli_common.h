@@ -19,6 +19,9 @@
 
 namespace fiofla::cli {
 
+/// A file's name without folder and extension ("n2" for "data/n2.csv"), as reports and
+/// messages name what came from it.
+std::string Stem(const std::string& path);
 /// The number in `text`, or nothing.
 std::optional<double> ToDouble(const std::string& text);
 /// `value` to `significant` digits; "n/a" for NaN.

@@ -1,8 +1,6 @@
 // `fiofla dft`: the DFT pore-size distribution of an isotherm (or of two isotherms of one
 // sample with two kernels), as text or JSON.
-#include <algorithm>
 #include <cmath>
-#include <numeric>
 
 #include "cli.h"
 #include "cli_common.h"
@@ -22,15 +20,7 @@ struct DftOptions {
 
 // The points the kernel fits worst, largest relative error first.
 void AddWorstPoints(Result& r, CDFTCalc const& calc) {
-  const std::size_t n = calc.GetFitPressures().size();
-  std::vector<std::size_t> order(n);
-  std::iota(order.begin(), order.end(), std::size_t(0));
-  auto rel = [&](std::size_t k) {
-    return std::fabs(calc.RelError(static_cast<unsigned short>(k)));
-  };
-  std::stable_sort(order.begin(), order.end(),
-                   [&](std::size_t a, std::size_t b) { return rel(a) > rel(b); });
-  order.resize(std::min<std::size_t>(n, 3));
+  const std::vector<std::size_t> order = WorstFitPoints(calc);
   Table& t = r.AddTable("worst_points", "Largest relative errors",
                         {{"relative_pressure", "P/Po", 12, Sig(4)},
                          {"measured_cm3_per_g_stp", "measured", 12, Sig(6)},

@@ -1,6 +1,8 @@
 #include "dft_options.h"
 
+#include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "cli_common.h"
 #include "fiofla/compress.h"
@@ -142,6 +144,19 @@ const char* DftStatusText(int status) {
       return "done, with warnings";
   }
   return "unknown status";
+}
+
+std::vector<std::size_t> WorstFitPoints(CDFTCalc const& calc, std::size_t count) {
+  const std::size_t n = calc.GetFitPressures().size();
+  std::vector<std::size_t> order(n);
+  std::iota(order.begin(), order.end(), std::size_t(0));
+  auto rel = [&](std::size_t k) {
+    return std::fabs(calc.RelError(static_cast<unsigned short>(k)));
+  };
+  std::stable_sort(order.begin(), order.end(),
+                   [&](std::size_t a, std::size_t b) { return rel(a) > rel(b); });
+  order.resize(std::min(n, count));
+  return order;
 }
 
 }  // namespace fiofla::cli

@@ -45,6 +45,10 @@ struct DftRun {
 /// --lambda.
 DftRun RunDftOn(const IsothermData& iso, const IsothermData* iso2, const DftSettings& s);
 
+/// Indices of the (at most) `count` points the kernel fits worst, largest relative error
+/// first; ties keep the points' order.
+std::vector<std::size_t> WorstFitPoints(CDFTCalc const& calc, std::size_t count = 3);
+
 /// A status of CDFTCalc in words.
 const char* DftStatusText(int status);
 

@@ -76,7 +76,7 @@ std::vector<double> ParseFractions(const std::string& text) {
 
 int Iast(const IastOptions& o, Streams& io) {
   std::vector<IastSource> sources;
-  for (const std::string& spec : o.isotherms) sources.push_back(SplitIastOperand(spec));
+  for (const std::string& operand : o.isotherms) sources.push_back(SplitIastOperand(operand));
   return PrintIast(sources, o.input, o.iast, o.json, io);
 }
 

@@ -16,10 +16,6 @@ namespace {
 
 using Operand = IastSource;
 
-std::string Stem(const std::string& path) {
-  return std::filesystem::path(path).stem().string();
-}
-
 // The model described by `o.model`, fitted to `in`: the named one or the lowest-AICc default.
 SIsothermFit FitComponent(const Operand& o, const FitInput& in) {
   const bool best = o.model == "best";

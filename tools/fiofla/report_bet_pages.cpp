@@ -54,14 +54,6 @@ void FrameAxes(const std::vector<std::shared_ptr<CCalcBET>>& calcs, CRSGraphAxis
 
 }  // namespace
 
-std::string Stem(const std::string& path) {
-  std::string name =
-      path.substr(path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/') + 1);
-  const auto dot = name.rfind('.');
-  if (dot != std::string::npos && dot > 0) name.resize(dot);
-  return name;
-}
-
 // The search's outcome as a table: the chosen window and one row per criterion.
 CReportDataItemBase* AddRangeSearchTable(const BetRangeResult& s, CReportPageData* page,
                                          CReportDataItemBase* below) {

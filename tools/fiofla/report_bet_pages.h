@@ -12,9 +12,6 @@
 
 namespace fiofla::cli {
 
-/// A file's name without folder and extension, as report plots name their curves.
-std::string Stem(const std::string& path);
-
 /// The automatic range search's outcome as a table: the chosen window and one row per
 /// criterion.
 CReportDataItemBase* AddRangeSearchTable(const BetRangeResult& s, CReportPageData* page,

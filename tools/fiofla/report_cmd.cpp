@@ -297,7 +297,7 @@ void AddReportCommand(CLI::App& app, Commands& commands) {
          "cylinder, sphere), a method (hk, cheng-yang, rege-yang), an adsorbent (carbon,\n"
          "zeolite, alpo) and an adsorbate (nitrogen, argon), any of them, separated by\n"
          "commas; the rest as for fiofla hk")
-      ->type_name("SPEC");
+      ->type_name("SETUP");
   cmd->add_option_function<std::string>(
          "--units",
          [opt](const std::string& v) {
